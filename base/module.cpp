@@ -1,0 +1,13 @@
+#include "base/module.h"
+
+namespace {
+HINSTANCE moduleInstance = nullptr;
+}
+
+void SetModuleInstance(HINSTANCE instance) noexcept {
+    moduleInstance = instance;
+}
+
+HINSTANCE ModuleInstance() noexcept {
+    return moduleInstance;
+}

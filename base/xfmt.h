@@ -1,0 +1,97 @@
+// The system's own wide-character formatter: every text that a user or a log sees is produced here.
+//
+// Counts, capacities and positions are in characters (UTF-16 units). A capacity includes the terminator.
+// Every function that takes a buffer stores at most `cap` characters, always terminates when cap >= 1, and
+// returns the length that the complete text has, so that `count >= cap` means "cut".
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+// What is known of one piece of output while it is handed to a sink or to the trace hook. Owned by the
+// engine, valid during the call only.
+struct XfmtPieceInfo {
+    const wchar_t* format;  // the whole format string in work
+    int32_t format_pos;     // where this piece of the format starts
+    int32_t format_len;     // and how many characters of the format it has
+    bool width_given;
+    int32_t width;
+    bool precision_given;
+    int32_t precision;
+    int32_t arg_bytes;     // size of the argument just taken: 2, 4 or 8; 0 for literal text
+    uint64_t arg_raw;      // the raw eight bytes of that argument
+    uint32_t trace_level;  // nesting level shown in the trace: the context's level plus 1
+    int32_t out_pos;       // characters produced in this call before this piece
+    uint32_t stock;        // characters produced through the context before this call
+};
+
+// Receives each piece of output in full, whatever the buffer's capacity. The text is not terminated.
+using XfmtSink = void (*)(void* sink_ctx, const wchar_t* text, int32_t count, XfmtPieceInfo* info);
+
+// The context that the engine writes through. After a call, buf and pos have advanced and cap has shrunk by
+// the returned count; cap may then be negative, and later output is only counted and handed to the sink.
+struct XfmtOutput {
+    XfmtSink sink;  // may be null
+    void* sink_ctx;
+    wchar_t* buf;  // may be null
+    int32_t cap;
+    uint32_t level;  // nesting level, 0 for a top-level call
+    uint32_t pos;    // characters produced through this context so far
+    bool quiet;      // never call the trace hook for output through this context
+};
+
+constexpr uint32_t kXfmtFormatterMagic = 0xEF170321;
+constexpr uint32_t kXfmtNestedMagic = 0xEF160913;
+
+// Writes its text through `out` and returns the number of characters produced. `conversion` is always 'F'.
+using XfmtFormatterFn = int32_t (*)(void* ctx, XfmtOutput* out, wchar_t conversion, int32_t capacity);
+
+// The argument of "%F": an object that prints itself.
+struct XfmtFormatter {
+    uint32_t magic;
+    XfmtFormatterFn fn;
+    void* ctx;
+};
+void xfmt_formatter_init(XfmtFormatter* formatter, XfmtFormatterFn fn, void* ctx);
+
+// The argument of "%w": a format with the list of its own arguments. The list is copied, not consumed.
+struct XfmtNested {
+    uint32_t magic;
+    const wchar_t* format;
+    va_list* args;
+};
+
+int32_t xfmt_core(XfmtOutput* ctx, const wchar_t* format, va_list args);
+int32_t xfmt(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
+int32_t xfmt_v(wchar_t* buf, int32_t cap, const wchar_t* format, va_list args);
+// Like xfmt, but never traced.
+int32_t xfmt_quiet(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
+int32_t xfmt_to_sink(XfmtSink sink, void* sink_ctx, const wchar_t* format, ...);
+int32_t xfmt_to_ctx(XfmtOutput* ctx, const wchar_t* format, ...);
+
+// Measure, allocate, format. Return the count; -1 when allocation failed, -2 when measuring did. *out is null
+// on failure, otherwise the caller frees it with free().
+int32_t xfmt_alloc(wchar_t** out, const wchar_t* format, ...);
+int32_t xfmt_valloc(wchar_t** out, const wchar_t* format, va_list args);
+// The same with at most `max` characters, terminator included; max 0 allocates nothing and returns the count.
+int32_t xfmt_alloc_max(wchar_t** out, int32_t max, const wchar_t* format, ...);
+int32_t xfmt_valloc_max(wchar_t** out, int32_t max, const wchar_t* format, va_list args);
+
+// Formats at *pbuf and moves on: *pbuf grows and *pleft shrinks by the full count even when the text was cut,
+// so that later calls store nothing but keep counting.
+int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...);
+// Appends to the text already in buf; returns the length of the whole.
+int32_t xfmt_append(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
+
+// Receives the engine's account of its own work, line by line. Null removes the hook.
+using XfmtTraceHook = void (*)(void* hook_ctx, const wchar_t* line);
+void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx);
+// Newline of trace lines and between hex-dump rows: 1 "\r\n", 2 "\r", anything else "\n" (the start value).
+void xfmt_set_newline(int32_t mode);
+int32_t xfmt_version();
+
+// Format into a console buffer of xfmt_console_buffer_size() characters (longer text is cut), write and
+// flush. Both set the user's default locale first. Return the full count.
+int32_t xfmt_print_stdout(const wchar_t* format, ...);
+int32_t xfmt_print_stderr(const wchar_t* format, ...);
+int32_t xfmt_console_buffer_size();

@@ -1,0 +1,27 @@
+# One function per kind of target, so that each folder's CMakeLists.txt only lists its files.
+
+# A floor of the product: a static library that may use only the floors named after USES.
+function(tavix_add_floor name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES;SYSTEM_LIBRARIES" ${ARGN})
+    add_library(tavix_${name} STATIC ${ARG_SOURCES})
+    add_library(tavix::${name} ALIAS tavix_${name})
+    target_include_directories(tavix_${name} PUBLIC ${CMAKE_SOURCE_DIR})
+    target_link_libraries(tavix_${name} PRIVATE tavix_product_options)
+    foreach(floor IN LISTS ARG_USES)
+        target_link_libraries(tavix_${name} PUBLIC tavix::${floor})
+    endforeach()
+    target_link_libraries(tavix_${name} PUBLIC ${ARG_SYSTEM_LIBRARIES})
+endfunction()
+
+# A test program. LEVEL is unit, ui or system: ui and system tests share one desktop and one simulated
+# driver, so they never run beside another of their kind.
+function(tavix_add_test name)
+    cmake_parse_arguments(ARG "" "LEVEL" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE tavix_warnings tavix_test_support ${ARG_LINKS})
+    add_test(NAME ${name} COMMAND ${name} --gtest_output=json:Z:${CMAKE_BINARY_DIR}/test-results/${name}.json)
+    set_tests_properties(${name} PROPERTIES LABELS ${ARG_LEVEL} TIMEOUT 600)
+    if(NOT ARG_LEVEL STREQUAL "unit")
+        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK desktop)
+    endif()
+endfunction()

@@ -1,0 +1,2 @@
+// Every resource identifier of the module, one name each.
+#pragma once

@@ -1,0 +1,11 @@
+# Shared by the scripts: where things are and how to say what happens. Sourced, never run.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+preset=${TAVIX_PRESET:-release}
+build=$root/build/$preset
+
+say() { printf '== %s\n' "$*"; }
+die() {
+    printf 'error: %s\n' "$*" >&2
+    exit 1
+}

@@ -9,8 +9,6 @@ option(TAVIX_TRAP_UNDEFINED "Trap on undefined behaviour (an illegal-instruction
 
 # winedbg reads function names and lines only from DWARF 4.
 add_compile_options(-g -gdwarf-4 -ffunction-sections -fdata-sections)
-# Paths relative to the checkout keep builds reproducible and cacheable.
-add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 add_link_options(-static -Wl,--gc-sections)
 add_compile_definitions(UNICODE _UNICODE)
 

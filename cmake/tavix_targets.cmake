@@ -25,3 +25,13 @@ function(tavix_add_test name)
         set_tests_properties(${name} PROPERTIES RESOURCE_LOCK desktop)
     endif()
 endfunction()
+
+# A benchmark program, which scripts/bench finds in the list that is kept here. The program itself is optimised for
+# speed, so that header-only peers show what they can; the floors keep the options that they ship with.
+function(tavix_add_bench name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_compile_options(${name} PRIVATE -O2)
+    target_link_libraries(${name} PRIVATE tavix_warnings tavix_bench_harness ${ARG_LINKS})
+    file(APPEND ${CMAKE_BINARY_DIR}/bench/programs.txt "${name}\n")
+endfunction()

@@ -17,7 +17,7 @@ target_compile_options(tavix_warnings INTERFACE
     -Wall -Wextra -Wshadow -Wconversion -Werror
     $<$<COMPILE_LANGUAGE:CXX>:-Wno-missing-field-initializers -Wno-cast-function-type>)
 
-# What the product's own code adds: no RTTI; stack protection with our own guard (installer/stack_guard.cpp).
+# What the product's own code adds: no RTTI; stack protection with our own guard (base/stack_guard.cpp).
 add_library(tavix_product_options INTERFACE)
 target_link_libraries(tavix_product_options INTERFACE tavix_warnings)
 target_compile_options(tavix_product_options INTERFACE

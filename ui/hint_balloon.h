@@ -1,0 +1,44 @@
+// Hint balloon: a tooltip that a dialog shows at a place of its choice and hides again.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "base/win32_handle.h"
+#include "base/windows_api.h"
+
+// Where the hint points, in client coordinates: a negative coordinate counts from the right or bottom edge;
+// the result lies inside the client area.
+POINT HintPosition(POINT wanted, SIZE client) noexcept;
+
+class HintBalloon {
+  public:
+    // Makes a hidden hint for `owner`, as a balloon or as a plain tooltip. Null on failure; *error then tells
+    // why (8 when out of memory) and is 0 otherwise. Needs the common controls initialised.
+    static std::unique_ptr<HintBalloon> Create(HWND owner, bool balloonStyle, uint32_t* error) noexcept;
+
+    // Shows the hint at `position` (see HintPosition), or hides it; hiding ignores the other arguments. The
+    // text is formatted by the format engine; with a null format the previous text stays. Returns 0, or 8
+    // when there is no memory for the text: then nothing changes.
+    uint32_t Show(bool on, POINT position, const wchar_t* format, ...) noexcept;
+    void Hide() noexcept { Show(false, POINT{}, nullptr); }
+
+    HWND Window() const noexcept { return window_.get(); }
+
+    HintBalloon(const HintBalloon&) = delete;
+    HintBalloon& operator=(const HintBalloon&) = delete;
+
+  private:
+    struct FreeText {
+        void operator()(wchar_t* text) const noexcept { std::free(text); }
+    };
+
+    HintBalloon(HWND owner, HWND window) noexcept : owner_(owner), window_(window) {}
+    uint32_t FormatText(const wchar_t* format, va_list args) noexcept;
+
+    HWND owner_;
+    OwnedWindow window_;  // a tooltip dies with its owner; destroying it again is then refused
+    std::unique_ptr<wchar_t, FreeText> text_;
+    int32_t textChars_ = 0;  // capacity
+};

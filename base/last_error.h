@@ -1,0 +1,10 @@
+// The code of a call that has just failed.
+#pragma once
+
+#include "base/windows_api.h"
+
+// GetLastError, but never 0: a failure that left no reason must not be taken for a success.
+inline DWORD FailureCode() noexcept {
+    const DWORD error = GetLastError();
+    return error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE;
+}

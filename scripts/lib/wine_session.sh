@@ -5,6 +5,7 @@ wine=/usr/lib/wine/wine64
 wineserver=/usr/lib/wine/wineserver64
 session_dir=$root/build/wine
 export WINEPREFIX=$session_dir/prefix WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml='
+prefix_version=2  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
 x_server_pid=
 
 # Wine's background processes inherit standard output; a file keeps a reader of our own output from waiting for them.
@@ -42,14 +43,21 @@ REG
     quiet_wine regedit /S "$session_dir/settings.reg"
 }
 
+# Debian's build of Wine does not look where Debian's fonts-wine puts Tahoma and Marlett; without them dialogs are
+# larger than designed and arrow glyphs show as digits.
+install_fonts() {
+    cp /usr/share/wine/fonts/*.ttf "$WINEPREFIX/drive_c/windows/Fonts/"
+}
+
 prepare_prefix() {
-    if [ -e "$session_dir/prefix-ready" ]; then return; fi
+    if [ "$(cat "$session_dir/prefix-ready" 2>/dev/null)" = "$prefix_version" ]; then return; fi
     say "preparing a private Wine prefix"
     rm -rf "$WINEPREFIX"
     quiet_wine wineboot -i || die "the Wine prefix could not be made; see $session_dir/session.log"
     write_prefix_settings || die "the Wine prefix could not be set up; see $session_dir/session.log"
+    install_fonts || die "the fonts could not be copied; is the package fonts-wine installed?"
     "$wineserver" -w
-    touch "$session_dir/prefix-ready"
+    echo "$prefix_version" >"$session_dir/prefix-ready"
 }
 
 end_session() {

@@ -1,0 +1,71 @@
+// Opening the virtual bus (Vbus) and sending it requests.
+//
+// Every operation opens the Vbus, sends its one or two requests and closes it again: no handle outlives a
+// call. Requests are synchronous, on the calling thread, without a time-out. Results are Windows error codes,
+// 0 for success. ERROR_DEVICE_NOT_CONNECTED (1167) is the universal sign that the driver's side is gone.
+#pragma once
+
+#include <string_view>
+
+#include "base/win32_handle.h"
+#include "base/windows_api.h"
+
+#include <setupapi.h>
+
+#include "driver/protocol.h"
+
+// Opens for reading and writing. When that is denied, opens for reading and remembers it: from then on every
+// call in this process asks for reading only. On failure the handle is empty and the error, ERROR_NOT_READY
+// when there is no Vbus, is in *status and is the last error. *status is 0 on success.
+FileHandle OpenVbus(DWORD* status = nullptr) noexcept;
+
+// True once writing has been denied. Write requests of this process then fail with ERROR_ACCESS_DENIED.
+bool IsVbusReadOnly() noexcept;
+void SetVbusReadOnly(bool readOnly) noexcept;
+
+// For diagnostics: asks for exactly the given access and knows nothing of the read-only memory. On failure
+// the error is the last error, ERROR_NOT_READY when there is no Vbus.
+FileHandle OpenVbusForDiagnosis(bool forWriting = false) noexcept;
+
+// Cuts the name to the field with its terminator.
+DeviceName_st DeviceNameFromText(std::wstring_view name) noexcept;
+
+// The device instance ID behind its first backslash. False, with `name` untouched, when the instance ID
+// cannot be read or has no backslash.
+bool GetDeviceName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DeviceName_st& name) noexcept;
+
+// One request on an open Vbus. The count of bytes returned is the driver's claim: compare it before use. 0
+// when the request was not sent.
+DWORD VbusIoctl(HANDLE vbus, DWORD code, const void* input, DWORD inputBytes, void* output, DWORD outputBytes,
+                DWORD* bytesReturned = nullptr) noexcept;
+
+// What a reply of another length than its record counts as.
+inline constexpr DWORD kWrongReplyLength = ERROR_GEN_FAILURE;
+
+// A request whose reply is one record, taken only when the driver returned it whole; untouched otherwise. The
+// reply buffer starts as a copy of `record`, for the records that the caller presets.
+template <typename Record>
+DWORD VbusQuery(HANDLE vbus, DWORD code, const void* input, DWORD inputBytes, Record& record) noexcept {
+    static_assert(kIsWireRecord<Record>);
+    Record reply = record;
+    DWORD bytesReturned = 0;
+    const DWORD error = VbusIoctl(vbus, code, input, inputBytes, &reply, sizeof(reply), &bytesReturned);
+    if (error != ERROR_SUCCESS) return error;
+    if (bytesReturned != sizeof(reply)) return kWrongReplyLength;
+    record = reply;
+    return ERROR_SUCCESS;
+}
+
+// Opens the Vbus, sends one request, closes. ERROR_DEVICE_NOT_CONNECTED when the Vbus cannot be opened.
+DWORD cu_VbusDoSimpleIoctl(DWORD code, const void* input, DWORD inputBytes, void* output, DWORD outputBytes,
+                           DWORD* bytesReturned = nullptr) noexcept;
+
+// The same with the device's name as input. ERROR_DEVICE_NOT_CONNECTED, before anything is opened, also when
+// the device has no usable instance ID.
+DWORD DoDeviceIoctl(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD code, void* output, DWORD outputBytes,
+                    DWORD* bytesReturned = nullptr) noexcept;
+
+// The same for a larger input record, whose first 256 bytes receive the device's name.
+// ERROR_INVALID_PARAMETER when the record has no room for it.
+DWORD DoDeviceIoctlEx(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD code, void* input, DWORD inputBytes,
+                      void* output, DWORD outputBytes, DWORD* bytesReturned = nullptr) noexcept;

@@ -1,0 +1,156 @@
+// Replaces single platform calls of one loaded module (the test program or a DLL) by patching its import
+// table. Only calls made by that module are touched, and by default only those of the thread that asked for
+// it, so that helper threads keep the real system. Everything is put back at the end of the scope. The
+// compiler may load an import's address once per function, so the calls to replace must stand in another
+// function than the patch.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/windows_api.h"
+
+// Patches every import slot of `function` in `module` (null: the test program). `dll` may be null: any DLL. A
+// function that the module does not import fails the test.
+class ImportRedirect {
+  public:
+    ImportRedirect(HMODULE module, const char* dll, const char* function, void* replacement);
+    ~ImportRedirect();
+    ImportRedirect(const ImportRedirect&) = delete;
+    ImportRedirect& operator=(const ImportRedirect&) = delete;
+
+    bool found() const { return !slots_.empty(); }
+
+  private:
+    struct Slot {
+        void** address;
+        void* previous;
+    };
+    std::vector<Slot> slots_;
+};
+
+// Where `module` (null: the test program) finds the function now; null when it does not import it.
+void* ImportedFunction(HMODULE module, const char* function);
+
+class ReplacedCallBase {
+  public:
+    virtual ~ReplacedCallBase() = default;
+};
+
+template <auto function>
+class ReplacedCall;
+
+// Sends calls of `function` to a callable while it lives:
+//   ReplacedCall<GetVersionExW> version("GetVersionExW", [&](OSVERSIONINFOW* info) { ...; return TRUE; });
+// Inside the callable every call goes to the real system; Original() does so from anywhere. Replacements of
+// the same function nest.
+template <typename Result, typename... Arguments, Result (*function)(Arguments...)>
+class ReplacedCall<function> : public ReplacedCallBase {
+  public:
+    using Replacement = std::function<Result(Arguments...)>;
+    enum class Threads { kMine, kAll };
+
+    ReplacedCall(const char* name, Replacement replacement, HMODULE module = nullptr,
+                 Threads threads = Threads::kMine)
+        : outer_(current_),
+          replacement_(std::move(replacement)),
+          thread_(threads == Threads::kMine ? GetCurrentThreadId() : 0),
+          // Known before the patch, because other threads may call at once.
+          known_(outer_ != nullptr || RememberReal(module, name)),
+          redirect_(module, nullptr, name, reinterpret_cast<void*>(&Trampoline)) {
+        current_ = this;
+    }
+    ~ReplacedCall() override { current_ = outer_; }
+
+    static Result Original(Arguments... arguments) { return real_(arguments...); }
+    int calls() const { return calls_; }
+
+  private:
+    using Function = Result (*)(Arguments...);
+
+    static bool RememberReal(HMODULE module, const char* name) {
+        real_ = reinterpret_cast<Function>(ImportedFunction(module, name));
+        return real_ != nullptr;
+    }
+    static Result Trampoline(Arguments... arguments) {
+        ReplacedCall* self = current_;
+        if (self == nullptr || inside_ || (self->thread_ != 0 && self->thread_ != GetCurrentThreadId()))
+            return real_(arguments...);
+        struct Inside {
+            Inside() { inside_ = true; }
+            ~Inside() { inside_ = false; }
+        } inside;
+        ++self->calls_;
+        return self->replacement_(arguments...);
+    }
+
+    inline static ReplacedCall* current_ = nullptr;
+    inline static Function real_ = nullptr;
+    inline static thread_local bool inside_ = false;
+
+    ReplacedCall* outer_;
+    Replacement replacement_;
+    DWORD thread_;
+    int calls_ = 0;
+    bool known_;
+    // Last member: the patch is undone before the rest goes.
+    ImportRedirect redirect_;
+};
+
+// Declares `variable`, which replaces the calls of `function` by the callable for the rest of the scope.
+#define REPLACE_CALL(variable, function, ...) ReplacedCall<function> variable(#function, __VA_ARGS__)
+
+// Counts the watched calls made inside During() and makes chosen ones fail with the result and last error
+// given for them. Nothing is counted outside During(), so the test itself may use the same functions.
+class CallFaults {
+  public:
+    explicit CallFaults(HMODULE module = nullptr) : module_(module) {}
+
+    template <auto function, typename Failure>
+    void Watch(const char* name, Failure failure, DWORD error) {
+        watched_.push_back(MakeWatch<function>(name, failure, error, function));
+    }
+
+    // Call number `number` (from 1) fails, or with `forEver` that one and all later ones; 0: none.
+    void FailAt(int number, bool forEver = false);
+
+    void During(const std::function<void()>& body);
+
+    // The watched calls of the last During(), in order.
+    const std::vector<std::string>& calls() const { return calls_; }
+    bool CallFailed() const { return !failedName_.empty(); }
+    // "call 3 (CreateFileW) failed once", for SCOPED_TRACE.
+    std::string Describe() const;
+
+  private:
+    template <auto function, typename Failure, typename Result, typename... Arguments>
+    std::unique_ptr<ReplacedCallBase> MakeWatch(const char* name, Failure failure, DWORD error,
+                                                Result (*)(Arguments...)) {
+        return std::make_unique<ReplacedCall<function>>(
+            name,
+            [this, name, failure, error](Arguments... arguments) -> Result {
+                if (!ShouldFail(name)) return ReplacedCall<function>::Original(arguments...);
+                SetLastError(error);
+                return (Result)failure;
+            },
+            module_);
+    }
+    bool ShouldFail(const char* name);
+
+    HMODULE module_;
+    std::vector<std::unique_ptr<ReplacedCallBase>> watched_;
+    std::vector<std::string> calls_;
+    std::string failedName_;
+    bool active_ = false;
+    int failAt_ = 0;
+    bool forEver_ = false;
+};
+
+#define WATCH_CALL(faults, function, failure, error) (faults).Watch<function>(#function, failure, error)
+
+// One run of `body` without failures, which counts; then one run per call with that call failing, once and
+// for ever. `body` puts the code under test into faults.During(...) and checks the outcome, asking
+// faults.CallFailed(). Returns the number of calls counted.
+int ForEachFailingCall(CallFaults& faults, const std::function<void()>& body);

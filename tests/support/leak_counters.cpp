@@ -1,0 +1,157 @@
+#include "tests/support/leak_counters.h"
+
+#include <gtest/gtest.h>
+
+#include <malloc.h>
+
+#include <vector>
+
+#include "base/windows_api.h"
+
+#include <winternl.h>
+
+namespace {
+
+constexpr ULONG kSystemExtendedHandleInformation = 64;
+
+struct HandleEntry {
+    void* object;
+    ULONG_PTR processId;
+    ULONG_PTR handle;
+    ULONG access;
+    USHORT creatorBackTraceIndex;
+    USHORT objectTypeIndex;
+    ULONG attributes;
+    ULONG reserved;
+};
+
+struct HandleInformation {
+    ULONG_PTR count;
+    ULONG_PTR reserved;
+    HandleEntry handles[1];
+};
+
+// The GDI handle table that the system maps into every process; its address stands in the process environment
+// block.
+constexpr size_t kGdiTableOffsetInPeb = 0xF8;
+constexpr size_t kGdiTableEntries = 65536;
+constexpr size_t kGdiEntryBytes = 24;
+constexpr size_t kGdiEntryTypeOffset = 14;
+
+const char* ProcessEnvironmentBlock() {
+    PROCESS_BASIC_INFORMATION information = {};
+    NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &information, sizeof information,
+                              nullptr);
+    return reinterpret_cast<const char*>(information.PebBaseAddress);
+}
+
+BOOL CALLBACK CountChild(HWND, LPARAM count) {
+    ++*reinterpret_cast<long*>(count);
+    return TRUE;
+}
+
+BOOL CALLBACK CountTopLevel(HWND window, LPARAM count) {
+    DWORD processId = 0;
+    GetWindowThreadProcessId(window, &processId);
+    if (processId != GetCurrentProcessId()) return TRUE;
+    ++*reinterpret_cast<long*>(count);
+    EnumChildWindows(window, CountChild, count);
+    return TRUE;
+}
+
+long BusyBlocks(HANDLE heap) {
+    long count = 0;
+    PROCESS_HEAP_ENTRY entry = {};
+    HeapLock(heap);
+    while (HeapWalk(heap, &entry))
+        if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) ++count;
+    HeapUnlock(heap);
+    return count;
+}
+
+void ExpectNoGrowth(const char* what, long before, long after) {
+    EXPECT_LE(after, before) << "leaked " << what;
+}
+
+void ExpectNoGrowth(const LeakCounts& before, const LeakCounts& after) {
+    ExpectNoGrowth("kernel handles", before.kernelHandles, after.kernelHandles);
+    ExpectNoGrowth("GDI objects", before.gdiObjects, after.gdiObjects);
+    ExpectNoGrowth("windows", before.windows, after.windows);
+    ExpectNoGrowth("menus", before.menus, after.menus);
+}
+
+}  // namespace
+
+long CountKernelHandles() {
+    std::vector<char> buffer(1 << 18);
+    ULONG needed = 0;
+    // The class is not among the enumerators of the declaration.
+    const auto query =
+        reinterpret_cast<NTSTATUS(NTAPI*)(ULONG, void*, ULONG, ULONG*)>(NtQuerySystemInformation);
+    while (query(kSystemExtendedHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()),
+                 &needed) != 0)
+        buffer.resize(buffer.size() * 2);
+    const auto* information = reinterpret_cast<const HandleInformation*>(buffer.data());
+    long count = 0;
+    for (ULONG_PTR i = 0; i < information->count; ++i)
+        if (information->handles[i].processId == GetCurrentProcessId()) ++count;
+    return count;
+}
+
+long CountGdiObjects() {
+    const char* table = *reinterpret_cast<char* const*>(ProcessEnvironmentBlock() + kGdiTableOffsetInPeb);
+    if (table == nullptr) return 0;
+    long count = 0;
+    for (size_t i = 0; i < kGdiTableEntries; ++i)
+        if (*reinterpret_cast<const WORD*>(table + i * kGdiEntryBytes + kGdiEntryTypeOffset) != 0) ++count;
+    return count;
+}
+
+long CountWindows() {
+    long count = 0;
+    EnumWindows(CountTopLevel, reinterpret_cast<LPARAM>(&count));
+    HWND window = nullptr;
+    while ((window = FindWindowExW(HWND_MESSAGE, window, nullptr, nullptr)) != nullptr)
+        CountTopLevel(window, reinterpret_cast<LPARAM>(&count));
+    return count;
+}
+
+long CountMenus() {
+    // A handle's lower half is its place in the table, and the system accepts it alone.
+    long count = 0;
+    for (ULONG_PTR handle = 0x20; handle < 0x10000; handle += 2)
+        if (IsMenu(reinterpret_cast<HMENU>(handle))) ++count;
+    return count;
+}
+
+long CountHeapBlocks() {
+    const HANDLE processHeap = GetProcessHeap();
+    const auto runtimeHeap = reinterpret_cast<HANDLE>(_get_heap_handle());
+    return BusyBlocks(processHeap) + (runtimeHeap != processHeap ? BusyBlocks(runtimeHeap) : 0);
+}
+
+LeakCounts CountAll() {
+    LeakCounts counts;
+    counts.kernelHandles = CountKernelHandles();
+    counts.gdiObjects = CountGdiObjects();
+    counts.windows = CountWindows();
+    counts.menus = CountMenus();
+    counts.heapBlocks = CountHeapBlocks();
+    return counts;
+}
+
+void ExpectNoLeaks(const std::function<void()>& body, int runs) {
+    body();
+    const LeakCounts before = CountAll();
+    for (int i = 0; i < runs; ++i)
+        body();
+    const LeakCounts after = CountAll();
+    ExpectNoGrowth(before, after);
+    EXPECT_LT(after.heapBlocks, before.heapBlocks + runs) << "leaked heap blocks in " << runs << " runs";
+}
+
+LeakGuard::LeakGuard() : before_(CountAll()) {}
+
+LeakGuard::~LeakGuard() {
+    ExpectNoGrowth(before_, CountAll());
+}

@@ -1,0 +1,23 @@
+// Resource identifiers of the viewer.
+#pragma once
+
+#define IDR_TREE_MENU 10
+#define IDR_TREE_KEYS 11
+#define IDI_DEVICE 20
+#define IDD_GENERAL_PAGE 30
+#define IDD_DETAILS_PAGE 31
+
+#define IDC_DEVICE_ICON 101
+#define IDC_DEVICE_NAME 102
+#define IDC_DEVICE_CLASS 103
+#define IDC_DEVICE_MANUFACTURER 104
+#define IDC_DEVICE_LOCATION 105
+#define IDC_DEVICE_STATUS 106
+#define IDC_DETAILS_LIST 107
+
+#define IDM_PROPERTIES 201
+#define IDM_EXIT 202
+#define IDM_BY_TYPE 203
+#define IDM_BY_CONNECTION 204
+#define IDM_SHOW_HIDDEN 205
+#define IDM_REFRESH 206

@@ -1,8 +1,8 @@
 // Hint balloon: a tooltip that a dialog shows at a place of its choice and hides again.
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "base/win32_handle.h"
@@ -30,15 +30,11 @@ class HintBalloon {
     HintBalloon& operator=(const HintBalloon&) = delete;
 
   private:
-    struct FreeText {
-        void operator()(wchar_t* text) const noexcept { std::free(text); }
-    };
-
-    HintBalloon(HWND owner, HWND window) noexcept : owner_(owner), window_(window) {}
+    explicit HintBalloon(HWND owner) noexcept : owner_(owner) {}
     uint32_t FormatText(const wchar_t* format, va_list args) noexcept;
 
     HWND owner_;
     OwnedWindow window_;  // a tooltip dies with its owner; destroying it again is then refused
-    std::unique_ptr<wchar_t, FreeText> text_;
-    int32_t textChars_ = 0;  // capacity
+    std::unique_ptr<wchar_t[]> text_;
+    int32_t textChars_ = 0;  // capacity, terminator included
 };

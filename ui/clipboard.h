@@ -1,0 +1,16 @@
+// The clipboard as plain Unicode text. Lengths are in UTF-16 units without the terminator.
+#pragma once
+
+#include <cstdint>
+
+#include "base/windows_api.h"
+
+// How long the functions below try to open a clipboard that another program holds.
+constexpr uint32_t kClipboardWaitMs = 2000;
+
+// Tries to open the clipboard until it succeeds or `timeoutMs` have passed. 1 or 0.
+int32_t clip_open_wait(uint32_t timeoutMs, HWND owner) noexcept;
+
+// Puts the first `length` units of `text` (-1: all of it) on the clipboard, in a movable, shareable block.
+// False when the clipboard stays busy or there is no memory.
+bool CopyTextToClipboard(const wchar_t* text, int32_t length, HWND owner) noexcept;

@@ -6,7 +6,7 @@ wineserver=/usr/lib/wine/wineserver64
 session_dir=$root/build/wine
 export WINEPREFIX=$session_dir/prefix WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml='
 prefix_version=2  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
-x_server_pid=
+x_server_pid= guard_pid= child_pid=
 
 # Wine's background processes inherit standard output; a file keeps a reader of our own output from waiting for them.
 quiet_wine() {
@@ -60,8 +60,48 @@ prepare_prefix() {
     echo "$prefix_version" >"$session_dir/prefix-ready"
 }
 
+# Runs one command of the session to its end, so that a signal to the script is heeded at once and the command does
+# not outlive the script. The session's lock stays with the script.
+run_child() {
+    setpriv --pdeathsig TERM "$@" {session_lock}>&- &
+    child_pid=$!
+    local result=0
+    wait "$child_pid" || result=$?
+    child_pid=
+    return $result
+}
+
+# The Wine server and all that it runs end with the script even when the script is killed outright.
+start_guard() {
+    setpriv --pdeathsig TERM bash -c '
+        trap "\"$0\" -k; exit" TERM
+        setpriv --pdeathsig KILL sleep infinity &
+        wait' "$wineserver" {session_lock}>&- </dev/null >/dev/null 2>&1 &
+    guard_pid=$!
+    disown "$guard_pid"
+}
+
+# The viewer stands where the system looks for the launcher of device properties.
+install_viewer() {
+    local file
+    for file in device_viewer.exe devmgr.dll; do
+        if [ -e "$build/sim/viewer/$file" ]; then
+            cp -u "$build/sim/viewer/$file" "$WINEPREFIX/drive_c/windows/system32/"
+        fi
+    done
+}
+
+# The first windows of a session come out incomplete in pictures; these are nobody's.
+warm_up_display() {
+    quiet_wine "$build/sim/viewer/device_viewer.exe" --tree-screenshot "Z:$session_dir/warm-up.png" || true
+}
+
 end_session() {
+    if [ -n "$child_pid" ]; then kill "$child_pid" 2>/dev/null || true; fi
+    child_pid=
     "$wineserver" -k 2>/dev/null || true
+    if [ -n "$guard_pid" ]; then kill -KILL "$guard_pid" 2>/dev/null || true; fi
+    guard_pid=
     if [ -n "$x_server_pid" ]; then kill "$x_server_pid" 2>/dev/null || true; fi
     x_server_pid=
 }
@@ -76,7 +116,9 @@ start_session() {
     trap 'exit 143' TERM HUP
     start_display
     "$wineserver" -k 2>/dev/null || true
+    start_guard
     prepare_prefix
+    install_viewer
     # The server must not hold our lock or our output.
     "$wineserver" -p {session_lock}>&- >>"$session_dir/session.log" 2>&1
     quiet_wine cmd /c exit

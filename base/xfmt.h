@@ -2,7 +2,8 @@
 //
 // Counts, capacities and positions are in characters (UTF-16 units). A capacity includes the terminator.
 // Every function that takes a buffer stores at most `cap` characters, always terminates when cap >= 1, and
-// returns the length that the complete text has, so that `count >= cap` means "cut".
+// returns the length that the complete text has, so that `count >= cap` means "cut"; a text longer than a
+// count can tell (2,147,483,647) returns -1.
 #pragma once
 
 #include <cstdarg>
@@ -25,7 +26,8 @@ struct XfmtPieceInfo {
     uint32_t stock;        // characters produced through the context before this call
 };
 
-// Receives each piece of output in full, whatever the buffer's capacity. The text is not terminated.
+// Receives each piece of output in full, whatever the buffer's capacity. The text is not terminated; there
+// are no empty pieces.
 using XfmtSink = void (*)(void* sink_ctx, const wchar_t* text, int32_t count, XfmtPieceInfo* info);
 
 // The context that the engine writes through. After a call, buf and pos have advanced and cap has shrunk by
@@ -78,16 +80,20 @@ int32_t xfmt_alloc_max(wchar_t** out, int32_t max, const wchar_t* format, ...);
 int32_t xfmt_valloc_max(wchar_t** out, int32_t max, const wchar_t* format, va_list args);
 
 // Formats at *pbuf and moves on: *pbuf grows and *pleft shrinks by the full count even when the text was cut,
-// so that later calls store nothing but keep counting.
+// so that later calls store nothing but keep counting. Below zero *pleft is the two's complement, as int32_t
+// reads it.
 int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...);
 // Appends to the text already in buf; returns the length of the whole.
 int32_t xfmt_append(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
 
-// Receives the engine's account of its own work, line by line. Null removes the hook.
+// Receives the engine's account of its own work, line by line. Null removes the hook. A hook that formats
+// uses xfmt_quiet, or it would trace itself.
 using XfmtTraceHook = void (*)(void* hook_ctx, const wchar_t* line);
 void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx);
 // Newline of trace lines and between hex-dump rows: 1 "\r\n", 2 "\r", anything else "\n" (the start value).
 void xfmt_set_newline(int32_t mode);
+const wchar_t* xfmt_newline();
+const char* xfmt_newline_narrow();
 int32_t xfmt_version();
 
 // Format into a console buffer of xfmt_console_buffer_size() characters (longer text is cut), write and

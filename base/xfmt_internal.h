@@ -1,0 +1,144 @@
+// The inside of the format engine: the state of one call and the stages that work on it. Only the engine's
+// own files include this; everybody else uses xfmt.h.
+#pragma once
+
+#include <cstdint>
+
+#include "base/xfmt.h"
+
+constexpr int32_t kXfmtDigitChars = 80;   // digits of one number, leading zeros of the precision included
+constexpr int32_t kXfmtFieldChars = 128;  // one number with sign, prefix and separators, without padding
+constexpr int32_t kXfmtRunChars = 100;    // longest piece of repeated characters
+constexpr int32_t kXfmtTraceLineChars = 200;
+
+constexpr int32_t kXfmtDumpSeparatorChars = 8;
+constexpr int32_t kXfmtDumpFrameChars = 4;
+constexpr int32_t kXfmtDumpMaxBytesPerRow = 256;
+constexpr int32_t kXfmtDumpMaxIndent = 64;
+
+struct XfmtFlags {
+    bool left;
+    bool plus;
+    bool space;
+    bool alternate;
+    bool zero;
+    bool longLong;
+};
+
+// What %k, %K, %R, %r and %v have set so far. The texts are not terminated.
+struct XfmtDumpSettings {
+    wchar_t separator[kXfmtDumpSeparatorChars];
+    wchar_t frameBefore[kXfmtDumpFrameChars];
+    wchar_t frameBehind[kXfmtDumpFrameChars];
+    int32_t separatorChars = 0;
+    int32_t frameBeforeChars = 0;
+    int32_t frameBehindChars = 0;
+
+    int32_t bytesPerRow = 0;  // 0: one unbroken row
+    int32_t indent = 0;
+    int32_t startColumn = 0;
+    bool ruler = false;
+
+    uint64_t address = 0;
+    int32_t addressGroup = 0;      // 0: not grouped
+    int32_t addressMinDigits = 1;  // 0: whole groups
+};
+
+// One call of xfmt_core.
+struct XfmtCall {
+    XfmtOutput target;   // the context as it was at the start
+    XfmtPieceInfo info;  // format, current piece, current conversion; out_pos is what the call has produced
+    va_list args;
+
+    XfmtFlags flags;
+    wchar_t conversion;  // 0 when the format ended inside the directive
+
+    int32_t room;       // characters that may be stored: the capacity, 0 without a buffer
+    bool overflowed;    // more characters than a count can tell
+    bool traced;        // a hook wants to see the pieces of this call
+    bool observed;      // a hook or a sink does
+    bool traceStarted;  // the format's own line has been sent
+    bool pieceSeen;     // the current conversion has produced a piece
+
+    const wchar_t* separator;  // %t, null without grouping
+    int32_t groupSize;         // %_
+    const wchar_t* decimalSeparator;
+    XfmtDumpSettings dump;
+};
+
+// --- xfmt_directive.cpp
+
+// Reads the directive at `percent` into the call, with the arguments that its stars take. Returns the
+// place behind it.
+const wchar_t* XfmtParseDirective(XfmtCall& call, const wchar_t* percent);
+
+// --- Arguments
+
+// Every variadic argument fills one slot of eight bytes on this platform, whatever its type.
+inline uint64_t XfmtTakeSlot(XfmtCall& call) {
+    return va_arg(call.args, uint64_t);
+}
+
+// The argument of the current conversion, noted for sinks.
+inline uint64_t XfmtTakeArgument(XfmtCall& call, int32_t bytes) {
+    call.info.arg_bytes = bytes;
+    return call.info.arg_raw = XfmtTakeSlot(call);
+}
+
+inline int32_t XfmtTakeInt(XfmtCall& call) {
+    return static_cast<int32_t>(static_cast<uint32_t>(XfmtTakeArgument(call, 4)));
+}
+
+template <typename T>
+T* XfmtTakePointer(XfmtCall& call) {
+    return reinterpret_cast<T*>(XfmtTakeArgument(call, 8));
+}
+
+inline const wchar_t* XfmtTakeText(XfmtCall& call) {
+    return XfmtTakePointer<const wchar_t>(call);
+}
+
+// --- xfmt_output.cpp
+
+// One piece of output: traced, handed to the sink, stored as far as it fits, counted. Nothing for no
+// characters.
+void XfmtEmit(XfmtCall& call, const wchar_t* text, int32_t count);
+// Like XfmtEmit for a terminated text of at most maxChars characters that nobody measured yet.
+void XfmtEmitText(XfmtCall& call, const wchar_t* text, int32_t maxChars);
+// The same character again and again, in pieces of at most kXfmtRunChars.
+void XfmtEmitRun(XfmtCall& call, wchar_t fill, int32_t count);
+// Padded to the width of the directive. The first prefixChars stand before padding zeros.
+void XfmtEmitField(XfmtCall& call, const wchar_t* text, int32_t count, int32_t prefixChars, bool zeroPadded);
+// Adds to the count what is not stored.
+void XfmtCount(XfmtCall& call, int64_t count);
+// Nobody sees what is produced from here on: it is enough to count it.
+inline bool XfmtOnlyCounts(const XfmtCall& call) {
+    return !call.observed && call.info.out_pos >= call.room;
+}
+// A terminator behind the text so far, or in the last place of a full buffer.
+void XfmtTerminate(XfmtCall& call);
+
+// --- xfmt_number.cpp
+
+void XfmtPrintInteger(XfmtCall& call);
+void XfmtPrintPointer(XfmtCall& call);
+// --- xfmt_float.cpp
+void XfmtPrintFloat(XfmtCall& call);
+
+// --- xfmt_dump.cpp
+
+void XfmtSetDumpSeparator(XfmtDumpSettings& dump, const wchar_t* text);
+void XfmtSetDumpFrame(XfmtDumpSettings& dump, const wchar_t* text);
+void XfmtSetDumpRows(XfmtCall& call);
+void XfmtSetDumpAddress(XfmtCall& call);
+void XfmtPrintDump(XfmtCall& call);
+
+// --- xfmt_nested.cpp
+
+void XfmtPrintFormatter(XfmtCall& call);
+void XfmtPrintNested(XfmtCall& call);
+
+// --- xfmt_trace.cpp
+
+bool XfmtHasTraceHook();
+void XfmtTracePiece(XfmtCall& call, int32_t count);

@@ -35,3 +35,16 @@ function(tavix_add_bench name)
     target_link_libraries(${name} PRIVATE tavix_warnings tavix_bench_harness ${ARG_LINKS})
     file(APPEND ${CMAKE_BINARY_DIR}/bench/programs.txt "${name}\n")
 endfunction()
+
+# A kernel driver: freestanding, no runtime library, loaded by the system as NAME.sys.
+function(tavix_add_driver name)
+    cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
+    add_library(${name} MODULE ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES PREFIX "" SUFFIX ".sys")
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+    target_include_directories(${name} SYSTEM PRIVATE /usr/x86_64-w64-mingw32/include/ddk)
+    target_link_libraries(${name} PRIVATE tavix_warnings ntoskrnl hal gcc)
+    target_compile_options(${name} PRIVATE
+        -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-stack-protector -fno-asynchronous-unwind-tables)
+    target_link_options(${name} PRIVATE -nostdlib -Wl,--exclude-all-symbols -Wl,--subsystem,native -Wl,-e,DriverEntry)
+endfunction()

@@ -1,0 +1,11 @@
+// One VCOM: its life as a child of the bus and its use as a port that programs open.
+#pragma once
+
+#include "sim/driver/extension.h"
+
+NTSTATUS HandleVcomPnp(DEVICE_OBJECT* device, IRP* irp);
+NTSTATUS OpenVcom(DEVICE_OBJECT* device, IRP* irp);
+NTSTATUS CloseVcom(DEVICE_OBJECT* device, IRP* irp);
+// Reads find no data; writes are taken whole and counted as sent.
+NTSTATUS ReadVcom(DEVICE_OBJECT* device, IRP* irp);
+NTSTATUS WriteVcom(DEVICE_OBJECT* device, IRP* irp);

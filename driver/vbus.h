@@ -40,7 +40,7 @@ DWORD VbusIoctl(HANDLE vbus, DWORD code, const void* input, DWORD inputBytes, vo
                 DWORD* bytesReturned = nullptr) noexcept;
 
 // What a reply of another length than its record counts as.
-inline constexpr DWORD kWrongReplyLength = ERROR_GEN_FAILURE;
+inline constexpr DWORD kWrongReplyLength = ERROR_INVALID_DATA;
 
 // A request whose reply is one record, taken only when the driver returned it whole; untouched otherwise. The
 // reply buffer starts as a copy of `record`, for the records that the caller presets.

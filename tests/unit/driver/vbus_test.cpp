@@ -1,11 +1,32 @@
 #include "driver/vbus.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
+#include "tests/support/guarded_buffer.h"
+#include "tests/unit/driver/fake_vbus.h"
+
 namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr DWORD kReadWrite = GENERIC_READ | GENERIC_WRITE;
+
+std::vector<DWORD> AccessesOf(const FakeVbus& fake) {
+    std::vector<DWORD> accesses;
+    for (const FakeVbus::Opening& opening : fake.openings)
+        accesses.push_back(opening.access);
+    return accesses;
+}
+
+std::vector<BYTE> NameBytes(std::wstring_view text) {
+    return BytesOfRecord(DeviceNameFromText(text));
+}
 
 TEST(DeviceName, IsZeroFilledBehindTheText) {
     const DeviceName_st name = DeviceNameFromText(L"1&2");
@@ -18,6 +39,286 @@ TEST(DeviceName, IsCutToTheFieldWithItsTerminator) {
         const DeviceName_st name = DeviceNameFromText(std::wstring(chars, L'x'));
         EXPECT_EQ(std::wstring(name.chars), std::wstring(std::min<size_t>(chars, 127), L'x'));
     }
+}
+
+struct NameRow {
+    const char* name;
+    std::wstring instanceId;
+    std::wstring expected;
+};
+
+void PrintTo(const NameRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class DeviceNameOfInstance : public testing::TestWithParam<NameRow> {};
+
+TEST_P(DeviceNameOfInstance, IsWhatStandsBehindTheFirstBackslash) {
+    FakeVbus fake;
+    fake.instanceId = GetParam().instanceId;
+    DeviceName_st name;
+    ASSERT_TRUE(GetDeviceName(fake.deviceSet(), fake.device(), name));
+    EXPECT_EQ(BytesOfRecord(name), NameBytes(GetParam().expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, DeviceNameOfInstance,
+    testing::Values(NameRow{"Usbd", L"USB\\VID_1234&PID_5678\\SN01", L"VID_1234&PID_5678\\SN01"},
+                    NameRow{"Vcom", L"QRV_VBUS\\Qrv_vcom\\1&2", L"Qrv_vcom\\1&2"},
+                    NameRow{"NothingBehind", L"USB\\", L""}, NameRow{"NothingBefore", L"\\a\\b", L"a\\b"},
+                    NameRow{"Fits", L"USB\\" + std::wstring(127, L'x'), std::wstring(127, L'x')},
+                    NameRow{"OneTooMany", L"USB\\" + std::wstring(128, L'x'), std::wstring(127, L'x')},
+                    NameRow{"LongestReadable", L"USB\\" + std::wstring(995, L'x'), std::wstring(127, L'x')}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(DeviceNameOfInstance, IsRefusedWithoutABackslashOrAnInstanceId) {
+    FakeVbus fake;
+    DeviceName_st name = DeviceNameFromText(L"kept");
+    fake.instanceId = L"HTREE";
+    EXPECT_FALSE(GetDeviceName(fake.deviceSet(), fake.device(), name));
+    fake.instanceId = L"";
+    EXPECT_FALSE(GetDeviceName(fake.deviceSet(), fake.device(), name));
+    fake.instanceIdError = ERROR_INVALID_HANDLE;
+    EXPECT_FALSE(GetDeviceName(fake.deviceSet(), fake.device(), name));
+    EXPECT_STREQ(name.chars, L"kept");
+}
+
+TEST(OpenVbus, OpensTheFirstInterfaceForReadingAndWriting) {
+    FakeVbus fake;
+    DWORD status = 0xCC;
+    EXPECT_TRUE(OpenVbus(&status));
+    EXPECT_EQ(status, 0u);
+    EXPECT_EQ(fake.enumerations, 1);
+    EXPECT_THAT(fake.detailCapacities, ElementsAre(1000));
+    ASSERT_EQ(fake.openings.size(), 1u);
+    EXPECT_EQ(fake.openings[0].path, fake.path);
+    EXPECT_EQ(fake.openings[0].access, kReadWrite);
+    EXPECT_FALSE(IsVbusReadOnly());
+}
+
+TEST(OpenVbus, IsNotReadyWithoutAnInterface) {
+    FakeVbus fake;
+    fake.hasInterface = false;
+    DWORD status = 0xCC;
+    EXPECT_FALSE(OpenVbus(&status));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
+    EXPECT_EQ(status, DWORD{ERROR_NOT_READY});
+    EXPECT_THAT(fake.openings, IsEmpty());
+}
+
+TEST(OpenVbus, TellsTheErrorOfTheStepThatFailed) {
+    FakeVbus fake;
+    DWORD status = 0xCC;
+    fake.classDevsError = ERROR_INVALID_PARAMETER;
+    EXPECT_FALSE(OpenVbus(&status));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(status, DWORD{ERROR_INVALID_PARAMETER});
+    fake.classDevsError = ERROR_SUCCESS;
+    fake.detailError = ERROR_INVALID_USER_BUFFER;
+    EXPECT_FALSE(OpenVbus(&status));
+    EXPECT_EQ(status, DWORD{ERROR_INVALID_USER_BUFFER});
+    fake.detailError = ERROR_SUCCESS;
+    fake.openErrors = {ERROR_FILE_NOT_FOUND};
+    EXPECT_FALSE(OpenVbus(&status));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(status, DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(fake.openings.size(), 1u) << "only a denied access is tried again";
+}
+
+TEST(OpenVbus, CutsAPathOfMoreThan259Characters) {
+    FakeVbus fake;
+    fake.path = std::wstring(300, L'p');
+    EXPECT_TRUE(OpenVbus());
+    EXPECT_EQ(fake.openings.at(0).path, std::wstring(259, L'p'));
+}
+
+TEST(OpenVbus, RefusesAPathThatDoesNotFitTheDetailBuffer) {
+    FakeVbus fake;
+    DWORD status = 0;
+    fake.path = std::wstring(498, L'p');
+    EXPECT_FALSE(OpenVbus(&status));
+    EXPECT_EQ(status, DWORD{ERROR_INSUFFICIENT_BUFFER});
+}
+
+TEST(OpenVbus, FallsBackToReadingOnceWritingIsDenied) {
+    FakeVbus fake;
+    fake.openErrors = {ERROR_ACCESS_DENIED};
+    DWORD status = 0xCC;
+    EXPECT_TRUE(OpenVbus(&status));
+    EXPECT_EQ(status, 0u);
+    EXPECT_TRUE(IsVbusReadOnly());
+    EXPECT_TRUE(OpenVbus());
+    EXPECT_TRUE(OpenVbus());
+    EXPECT_THAT(AccessesOf(fake), ElementsAre(kReadWrite, GENERIC_READ, GENERIC_READ, GENERIC_READ));
+    EXPECT_EQ(fake.enumerations, 3) << "the interface is looked up once per opening";
+}
+
+TEST(OpenVbus, RemembersNothingWhenReadingIsDeniedToo) {
+    FakeVbus fake;
+    fake.openErrors = {ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION};
+    DWORD status = 0;
+    EXPECT_FALSE(OpenVbus(&status));
+    EXPECT_EQ(status, DWORD{ERROR_SHARING_VIOLATION});
+    EXPECT_FALSE(IsVbusReadOnly());
+    EXPECT_TRUE(OpenVbus());
+    EXPECT_THAT(AccessesOf(fake), ElementsAre(kReadWrite, GENERIC_READ, kReadWrite));
+}
+
+TEST(OpenVbus, AReadOnlyProcessDoesNotTryTwice) {
+    FakeVbus fake;
+    SetVbusReadOnly(true);
+    fake.openErrors = {ERROR_ACCESS_DENIED};
+    EXPECT_FALSE(OpenVbus());
+    EXPECT_THAT(AccessesOf(fake), ElementsAre(GENERIC_READ));
+}
+
+TEST(OpenVbusForDiagnosis, AsksForExactlyTheGivenAccess) {
+    FakeVbus fake;
+    EXPECT_TRUE(OpenVbusForDiagnosis());
+    EXPECT_TRUE(OpenVbusForDiagnosis(true));
+    EXPECT_THAT(AccessesOf(fake), ElementsAre(GENERIC_READ, kReadWrite));
+    EXPECT_THAT(fake.detailCapacities, ElementsAre(260, 260));
+}
+
+TEST(OpenVbusForDiagnosis, KnowsNoFallback) {
+    FakeVbus fake;
+    fake.openErrors = {ERROR_ACCESS_DENIED};
+    EXPECT_FALSE(OpenVbusForDiagnosis(true));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(fake.openings.size(), 1u);
+    EXPECT_FALSE(IsVbusReadOnly());
+    SetVbusReadOnly(true);
+    EXPECT_TRUE(OpenVbusForDiagnosis(true));
+    EXPECT_EQ(fake.openings.back().access, kReadWrite);
+}
+
+TEST(OpenVbusForDiagnosis, IsNotReadyWithoutAnInterface) {
+    FakeVbus fake;
+    fake.hasInterface = false;
+    EXPECT_FALSE(OpenVbusForDiagnosis());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
+}
+
+TEST(OpenVbusForDiagnosis, RefusesAPathThatDoesNotFitItsSmallDetailBuffer) {
+    FakeVbus fake;
+    fake.path = std::wstring(127, L'p');
+    EXPECT_TRUE(OpenVbusForDiagnosis());
+    fake.path += L'p';
+    EXPECT_FALSE(OpenVbusForDiagnosis());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_INSUFFICIENT_BUFFER});
+}
+
+TEST(SimpleIoctl, SendsTheInputAndReturnsTheReply) {
+    FakeVbus fake;
+    fake.replies[IOCTL_TAVIX_GetIrpStateText] = {ERROR_SUCCESS, {'a', 0, 'b', 0}, std::nullopt};
+    GuardedBuffer<BYTE> output(6);
+    DWORD bytesReturned = 0xCC;
+    EXPECT_EQ(cu_VbusDoSimpleIoctl(IOCTL_TAVIX_GetIrpStateText, "in", 2, output.data(), 6, &bytesReturned),
+              0u);
+    EXPECT_EQ(bytesReturned, 4u);
+    EXPECT_EQ(output.WrittenExtent(), 4u);
+    ASSERT_EQ(fake.requests.size(), 1u);
+    EXPECT_THAT(fake.requests[0].input, ElementsAre('i', 'n'));
+    EXPECT_EQ(fake.requests[0].outputBytes, 6u);
+    EXPECT_EQ(fake.enumerations, 1);
+    EXPECT_EQ(fake.openings.size(), 1u);
+}
+
+TEST(SimpleIoctl, ReturnsTheErrorOfTheRequest) {
+    FakeVbus fake;
+    fake.replies[IOCTL_TAVIX_BSOD] = FakeReply::Failure(ERROR_ACCESS_DENIED);
+    EXPECT_EQ(cu_VbusDoSimpleIoctl(IOCTL_TAVIX_BSOD, kBsodInput, sizeof(kBsodInput), nullptr, 0),
+              DWORD{ERROR_ACCESS_DENIED});
+}
+
+TEST(SimpleIoctl, AFailureWithoutAReasonIsStillAFailure) {
+    FakeVbus fake;
+    REPLACE_CALL(ioctl, DeviceIoControl, [](auto...) {
+        SetLastError(ERROR_SUCCESS);
+        return FALSE;
+    });
+    EXPECT_NE(cu_VbusDoSimpleIoctl(IOCTL_TAVIX_BSOD, nullptr, 0, nullptr, 0), DWORD{ERROR_SUCCESS});
+}
+
+TEST(SimpleIoctl, AVbusThatCannotBeOpenedIsNotConnectedWhateverTheReason) {
+    FakeVbus fake;
+    DWORD bytesReturned = 0xCC;
+    fake.openErrors = {ERROR_FILE_NOT_FOUND};
+    EXPECT_EQ(cu_VbusDoSimpleIoctl(IOCTL_TAVIX_BSOD, nullptr, 0, nullptr, 0, &bytesReturned),
+              DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    EXPECT_EQ(bytesReturned, 0u);
+    fake.hasInterface = false;
+    EXPECT_EQ(cu_VbusDoSimpleIoctl(IOCTL_TAVIX_BSOD, nullptr, 0, nullptr, 0),
+              DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    EXPECT_THAT(fake.requests, IsEmpty());
+}
+
+TEST(DeviceIoctl, SendsTheDeviceNameAsTheWholeInput) {
+    FakeVbus fake;
+    fake.replies[IOCTL_TAVIX_GetVcomOpenerPid] = FakeReply::Of(uint32_t{7});
+    uint32_t pid = 0;
+    DWORD bytesReturned = 0;
+    EXPECT_EQ(DoDeviceIoctl(fake.deviceSet(), fake.device(), IOCTL_TAVIX_GetVcomOpenerPid, &pid, sizeof(pid),
+                            &bytesReturned),
+              0u);
+    EXPECT_EQ(pid, 7u);
+    EXPECT_EQ(bytesReturned, 4u);
+    EXPECT_EQ(fake.requests.at(0).input, NameBytes(L"Qrv_vcom\\1&2"));
+}
+
+TEST(DeviceIoctl, WithoutAUsableInstanceIdNothingIsOpened) {
+    FakeVbus fake;
+    DWORD bytesReturned = 0xCC;
+    fake.instanceId = L"HTREE";
+    EXPECT_EQ(
+        DoDeviceIoctl(fake.deviceSet(), fake.device(), IOCTL_TAVIX_UsbTweak0, nullptr, 0, &bytesReturned),
+        DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    EXPECT_EQ(bytesReturned, 0u);
+    fake.instanceIdError = ERROR_INVALID_HANDLE;
+    EXPECT_EQ(DoDeviceIoctl(fake.deviceSet(), fake.device(), IOCTL_TAVIX_UsbTweak0, nullptr, 0),
+              DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    EXPECT_EQ(fake.enumerations, 0);
+    EXPECT_THAT(fake.openings, IsEmpty());
+}
+
+TEST(DeviceIoctlEx, PutsTheDeviceNameInFrontOfALargerRecord) {
+    FakeVbus fake;
+    fake.replies[IOCTL_TAVIX_SetWdfDeviceState] = {};
+    WdfDeviceStateRequest_st request = {.stateIndex = kWdfStateMarkFail, .value = 1};
+    EXPECT_EQ(DoDeviceIoctlEx(fake.deviceSet(), fake.device(), IOCTL_TAVIX_SetWdfDeviceState, &request,
+                              sizeof(request), nullptr, 0),
+              0u);
+    const WdfDeviceStateRequest_st expected = {DeviceNameFromText(L"Qrv_vcom\\1&2"), kWdfStateMarkFail, 1};
+    EXPECT_EQ(fake.requests.at(0).input, BytesOfRecord(expected));
+}
+
+TEST(DeviceIoctlEx, RefusesARecordWithoutRoomForTheName) {
+    FakeVbus fake;
+    GuardedBuffer<BYTE> record(255);
+    EXPECT_EQ(DoDeviceIoctlEx(fake.deviceSet(), fake.device(), IOCTL_TAVIX_UsbTweak0, record.data(), 255,
+                              nullptr, 0),
+              DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(DoDeviceIoctlEx(fake.deviceSet(), fake.device(), IOCTL_TAVIX_UsbTweak0, nullptr, 0, nullptr, 0),
+              DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(record.WrittenExtent(), 0u);
+    EXPECT_THAT(fake.openings, IsEmpty());
+}
+
+TEST(VbusQuery, TakesARecordOnlyWhenItCameWhole) {
+    FakeVbus fake;
+    const FileHandle vbus = OpenVbus();
+    LogCfg_st log = {.fileLogging = 99};
+    const LogCfg_st sent = {.fileLogging = 1, .logbufSize = 4096};
+    FakeReply& reply = fake.replies[IOCTL_TAVIX_GetLogCfg];
+    reply = FakeReply::Of(sent);
+    for (const DWORD claimed : {0u, 79u, 81u, 0xFFFFFFFFu}) {
+        reply.claimedBytes = claimed;
+        EXPECT_EQ(VbusQuery(vbus.get(), IOCTL_TAVIX_GetLogCfg, nullptr, 0, log), kWrongReplyLength);
+        EXPECT_EQ(log.fileLogging, 99u);
+    }
+    reply.claimedBytes = 80;
+    EXPECT_EQ(VbusQuery(vbus.get(), IOCTL_TAVIX_GetLogCfg, nullptr, 0, log), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(BytesOfRecord(log), BytesOfRecord(sent));
 }
 
 }  // namespace

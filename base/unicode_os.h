@@ -1,0 +1,13 @@
+// Refuses to run on systems whose wide-character functions are empty shells.
+#pragma once
+
+// Returns when the system has working wide-character functions; otherwise says so and ends the process with
+// exit code 0.
+void EndProcessWithoutUnicode() noexcept;
+
+// Hands its argument through, for use inside an initialiser.
+template <typename T>
+T RequireUnicodeOs(T value) noexcept {
+    EndProcessWithoutUnicode();
+    return value;
+}

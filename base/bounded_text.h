@@ -1,4 +1,5 @@
-// Texts in fixed fields: cutting a text to a buffer, and reading a field that may lack its terminator.
+// Texts in fixed fields: cutting a text to a buffer, reading a field that may lack its terminator, and
+// comparing.
 #pragma once
 
 #include <algorithm>
@@ -21,4 +22,14 @@ inline std::wstring_view BoundedText(const wchar_t* field, size_t chars) noexcep
 template <size_t chars>
 std::wstring_view BoundedText(const wchar_t (&field)[chars]) noexcept {
     return BoundedText(field, chars);
+}
+
+constexpr wchar_t AsciiLower(wchar_t c) noexcept {
+    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
+}
+
+// For names of the system's own making, whose letters are ASCII whatever the language.
+constexpr bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right) noexcept {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](wchar_t a, wchar_t b) { return AsciiLower(a) == AsciiLower(b); });
 }

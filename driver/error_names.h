@@ -1,0 +1,26 @@
+// Names of the numbers that failure messages show: "WinErr=%d(%s)", "UfAppErr=%d(%s)". All results are static
+// texts.
+#pragma once
+
+#include <cstdint>
+
+const wchar_t* WinErrName(uint32_t code);      // or "UnknownWinErrCode"
+const char* WinErrNameA(uint32_t code);        // the same as 8-bit text
+const wchar_t* CmProbName(uint32_t problem);   // or "UnknownProblemCode"
+const char* CmProbNameA(uint32_t problem);     // the same as 8-bit text
+const wchar_t* UfAppErrName(uint32_t result);  // or "UfApperr(UNKNOWN)"
+
+// The error counters of the USB error statistics are numbered buckets.
+constexpr int32_t kUsbErrBucketCount = 21;
+// The name of a bucket; the last one for an index outside them.
+const wchar_t* UsbErrBucketName(int32_t index);
+
+// A row of a name table, for lookups and tests.
+struct ErrorNameRow {
+    uint32_t code;
+    const char* name;
+    const wchar_t* wideName;
+};
+
+// The first row with this code, or null. No row is looked at when count is below 1.
+const ErrorNameRow* FindErrorName(const ErrorNameRow* rows, int32_t count, uint32_t code);

@@ -1,0 +1,69 @@
+// The objects that carry a property page's state from the moment the page is asked for until the property
+// sheet releases it. Exactly one party destroys such an object, through its virtual destructor, which is the
+// only virtual operation of the tree.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "base/windows_api.h"
+
+#include <setupapi.h>
+
+#include "base/win32_handle.h"
+#include "driver/protocol.h"
+#include "ui/hint_balloon.h"
+
+struct TavixProspageParam_base {
+    TavixProspageParam_base() noexcept = default;
+    TavixProspageParam_base(const TavixProspageParam_base&) = delete;
+    TavixProspageParam_base& operator=(const TavixProspageParam_base&) = delete;
+    virtual ~TavixProspageParam_base() = default;
+
+    // Of the call that asked for the page, filled in just before the page is created. Borrowed: the property
+    // sheet keeps both valid until it has released the page.
+    HDEVINFO deviceInfoSet = nullptr;
+    SP_DEVINFO_DATA* deviceInfoData = nullptr;
+};
+
+struct VcomProspageParams_st : TavixProspageParam_base {
+    ~VcomProspageParams_st() override;
+
+    bool notPlugged = false;
+    OwnedFont boldFont;
+    OwnedBrush lightRedBrush;
+    OwnedBrush lightYellowBrush;
+    bool timerRunning = false;
+    wchar_t portName[16] = {};
+    UsbErrStat_st usbErrStat = {};
+    int32_t usbErrState = 0;
+    wchar_t usbErrText[4000] = {};
+    bool detailsVisible = false;
+    std::unique_ptr<HintBalloon> hint;
+    uint8_t reserved[240] = {};
+};
+static_assert(sizeof(UsbErrStat_st) == 200);
+
+struct UsbdProspageParams_st : TavixProspageParam_base {
+    HWND page = nullptr;
+    bool timerRunning = false;
+    bool mappingFailed = false;
+    // What the log area shows: the view (see the page) and the log's file time in milliseconds since 1970.
+    int32_t shownView = 0;
+    int64_t shownLogTime = 0;
+};
+static_assert(sizeof(UsbdProspageParams_st) == sizeof(TavixProspageParam_base) + 3 * sizeof(uint64_t));
+
+// The page fills in whatever it needs when its dialog is created.
+struct VbusProspageParams_st : TavixProspageParam_base {};
+
+// At WM_INITDIALOG: keeps the page's object as the dialog's user data. `initParam` is the message's lParam,
+// the page description that carries the object. A page may have been created without an object.
+void StorePageParams(HWND dialog, LPARAM initParam) noexcept;
+
+// Null before WM_INITDIALOG and on a page without an object.
+template <typename Params>
+Params* PageParams(HWND dialog) noexcept {
+    return static_cast<Params*>(
+        reinterpret_cast<TavixProspageParam_base*>(GetWindowLongPtrW(dialog, DWLP_USER)));
+}

@@ -1,0 +1,61 @@
+// The device installer loads and unloads the DLL for every event: nothing may stay behind.
+#include <gtest/gtest.h>
+
+#include "base/win32_handle.h"
+#include "tests/support/leak_counters.h"
+
+namespace {
+
+constexpr int kCycles = 1000;
+
+// Bytes of memory that the process holds for itself, whoever asked for them.
+size_t CountPrivateBytes() {
+    size_t bytes = 0;
+    MEMORY_BASIC_INFORMATION block{};
+    for (const char* address = nullptr; VirtualQuery(address, &block, sizeof block);
+         address = static_cast<const char*>(block.BaseAddress) + block.RegionSize) {
+        if (block.State == MEM_COMMIT && block.Type == MEM_PRIVATE) bytes += block.RegionSize;
+    }
+    return bytes;
+}
+
+void LoadAndUnload() {
+    const LoadedLibrary library(LoadLibraryW(TAVIX_COINSTALLER_DLL));
+    ASSERT_TRUE(library) << "error " << GetLastError();
+    ASSERT_NE(GetProcAddress(library.get(), "TavixCoInstaller"), nullptr);
+}
+
+TEST(ModuleLoad, TheMemoryCounterSeesAnAllocation) {
+    const size_t before = CountPrivateBytes();
+    void* block = VirtualAlloc(nullptr, 1 << 20, MEM_COMMIT, PAGE_READWRITE);
+    EXPECT_EQ(CountPrivateBytes() - before, size_t{1} << 20);
+    VirtualFree(block, 0, MEM_RELEASE);
+}
+
+TEST(ModuleLoad, UnloadsWithItsLastReference) {
+    LoadAndUnload();
+    EXPECT_EQ(GetModuleHandleW(L"tavix_coinstaller.dll"), nullptr);
+}
+
+TEST(ModuleLoad, AThousandLoadsLeaveNothingBehind) {
+    // The system's own caches fill in the first rounds; counting windows makes the first connection to the
+    // desktop.
+    CountAll();
+    for (int cycle = 0; cycle < 20; ++cycle)
+        LoadAndUnload();
+    const LeakCounts before = CountAll();
+    const size_t bytesBefore = CountPrivateBytes();
+    for (int cycle = 0; cycle < kCycles; ++cycle)
+        LoadAndUnload();
+    const LeakCounts after = CountAll();
+    const size_t bytesAfter = CountPrivateBytes();
+
+    EXPECT_EQ(after.kernelHandles, before.kernelHandles);
+    EXPECT_EQ(after.gdiObjects, before.gdiObjects);
+    EXPECT_EQ(after.windows, before.windows);
+    EXPECT_EQ(after.menus, before.menus);
+    EXPECT_EQ(after.heapBlocks, before.heapBlocks);
+    EXPECT_LE(bytesAfter, bytesBefore + 64 * 1024);
+}
+
+}  // namespace

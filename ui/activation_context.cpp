@@ -1,0 +1,171 @@
+#include "ui/activation_context.h"
+
+#include <commctrl.h>
+
+#include "base/module.h"
+#include "base/win32_handle.h"
+
+namespace {
+
+using InitCommonControlsFunction = void(WINAPI*)();
+
+struct ActivationContextTraits {
+    using Handle = HANDLE;
+    static Handle Invalid() noexcept { return INVALID_HANDLE_VALUE; }
+    static void Close(Handle handle) noexcept { ReleaseActCtx(handle); }
+};
+using OwnedActivationContext = OwnedHandle<ActivationContextTraits>;
+
+// Tried when the loader has made no context from the module's manifest resource 2.
+constexpr WORD kSecondManifestId = 3;
+// By its bare name, because only that is redirected to the version that the context asks for. The module
+// imports the same library, so the name is always that of a library already loaded by the system.
+constexpr wchar_t kCommonControlsLibrary[] = L"Comctl32.dll";
+
+struct ModuleContext {
+    bool settled = false;
+    bool cleanedUp = false;
+    HANDLE handle = nullptr;       // null: the process's default context
+    OwnedActivationContext owned;  // the handle again when we made the context, and not the loader
+    LoadedLibrary commonControls;
+    InitCommonControlsFunction initCommonControls = nullptr;
+};
+ModuleContext moduleContext;
+
+// Active until the end of the scope. Deactivating leaves the thread's last error alone.
+class ActiveContext {
+  public:
+    explicit ActiveContext(HANDLE context) noexcept : active_(ActivateActCtx(context, &cookie_)) {}
+    ActiveContext(const ActiveContext&) = delete;
+    ActiveContext& operator=(const ActiveContext&) = delete;
+    ~ActiveContext() {
+        if (!active_) return;
+        const DWORD lastError = GetLastError();
+        DeactivateActCtx(0, cookie_);
+        SetLastError(lastError);
+    }
+    explicit operator bool() const noexcept { return active_; }
+
+  private:
+    ULONG_PTR cookie_ = 0;
+    bool active_;
+};
+
+// *context is null when the loader has made none for this module.
+bool FindLoadersContext(HANDLE* context) noexcept {
+    ACTIVATION_CONTEXT_BASIC_INFORMATION information = {};
+    // With this flag the handle's place takes the address.
+    if (!QueryActCtxW(QUERY_ACTCTX_FLAG_ACTCTX_IS_ADDRESS | QUERY_ACTCTX_FLAG_NO_ADDREF, &moduleContext,
+                      nullptr, ActivationContextBasicInformation, &information, sizeof(information), nullptr))
+        return false;
+    *context = information.hActCtx;
+    return true;
+}
+
+bool IsMissingResource(DWORD error) noexcept {
+    return error == ERROR_RESOURCE_DATA_NOT_FOUND || error == ERROR_RESOURCE_TYPE_NOT_FOUND ||
+           error == ERROR_RESOURCE_NAME_NOT_FOUND || error == ERROR_RESOURCE_LANG_NOT_FOUND;
+}
+
+// True with an empty `context` when the module has no such manifest.
+bool MakeContext(OwnedActivationContext& context) noexcept {
+    wchar_t path[MAX_PATH] = {};
+    const DWORD length = GetModuleFileNameW(ModuleInstance(), path, MAX_PATH);
+    if (length == 0) return false;
+    if (length >= MAX_PATH) {
+        SetLastError(ERROR_BUFFER_OVERFLOW);
+        return false;
+    }
+    ACTCTXW request = {};
+    request.cbSize = sizeof(request);
+    request.dwFlags = ACTCTX_FLAG_RESOURCE_NAME_VALID | ACTCTX_FLAG_HMODULE_VALID;
+    request.lpSource = path;
+    request.hModule = ModuleInstance() != nullptr ? ModuleInstance() : GetModuleHandleW(nullptr);
+    request.lpResourceName = MAKEINTRESOURCEW(kSecondManifestId);
+    context.reset(CreateActCtxW(&request));
+    return context || IsMissingResource(GetLastError());
+}
+
+// Makes sure that the redirected version is the one that is bound. Failing to load it is no reason to go
+// without the context.
+void LoadRedirectedCommonControls() noexcept {
+    const ActiveContext active(moduleContext.handle);
+    if (!active) return;
+    ACTCTX_SECTION_KEYED_DATA found = {};
+    found.cbSize = sizeof(found);
+    if (FindActCtxSectionStringW(0, nullptr, ACTIVATION_CONTEXT_SECTION_DLL_REDIRECTION,
+                                 kCommonControlsLibrary, &found))
+        moduleContext.commonControls.reset(LoadLibraryW(kCommonControlsLibrary));
+}
+
+// False, with the reason as the last error, when there is no context to use; the next use tries again.
+bool SettleContext() noexcept {
+    if (moduleContext.cleanedUp) {
+        OutputDebugStringA("IsolationAware function called after IsolationAwareCleanup\n");
+        moduleContext.cleanedUp = false;
+    }
+    if (moduleContext.settled) return true;
+    HANDLE handle = nullptr;
+    OwnedActivationContext owned;
+    if (!FindLoadersContext(&handle)) return false;
+    if (handle == nullptr) {
+        if (!MakeContext(owned)) return false;
+        if (owned) handle = owned.get();
+    }
+    moduleContext.handle = handle;
+    moduleContext.owned = std::move(owned);
+    moduleContext.settled = true;
+    LoadRedirectedCommonControls();
+    return true;
+}
+
+// Runs `call` with the context active, or returns `failure`.
+template <typename Result, typename Call>
+Result CallInContext(Result failure, Call call) noexcept {
+    if (!SettleContext()) return failure;
+    const ActiveContext active(moduleContext.handle);
+    if (!active) return failure;
+    return call();
+}
+
+InitCommonControlsFunction FindInitCommonControls() noexcept {
+    if (moduleContext.initCommonControls == nullptr) {
+        if (!moduleContext.commonControls)
+            moduleContext.commonControls.reset(LoadLibraryW(kCommonControlsLibrary));
+        if (moduleContext.commonControls)
+            moduleContext.initCommonControls = reinterpret_cast<InitCommonControlsFunction>(
+                GetProcAddress(moduleContext.commonControls.get(), "InitCommonControls"));
+    }
+    return moduleContext.initCommonControls;
+}
+
+}  // namespace
+
+void IsolationAwareInitCommonControls() noexcept {
+    CallInContext(false, [] {
+        const InitCommonControlsFunction initCommonControls = FindInitCommonControls();
+        if (initCommonControls == nullptr) return false;
+        initCommonControls();
+        return true;
+    });
+}
+
+HPROPSHEETPAGE IsolationAwareCreatePropertySheetPageW(const PROPSHEETPAGEW* description) noexcept {
+    return CallInContext(HPROPSHEETPAGE{nullptr},
+                         [description] { return CreatePropertySheetPageW(description); });
+}
+
+INT_PTR IsolationAwareDialogBoxParamW(HINSTANCE instance, const wchar_t* templateName, HWND owner,
+                                      DLGPROC procedure, LPARAM initParam) noexcept {
+    return CallInContext(
+        INT_PTR{-1}, [=] { return DialogBoxParamW(instance, templateName, owner, procedure, initParam); });
+}
+
+HMODULE IsolationAwareLoadLibraryW(const wchar_t* fileName) noexcept {
+    return CallInContext(HMODULE{nullptr}, [fileName] { return LoadLibraryW(fileName); });
+}
+
+void IsolationAwareCleanup() noexcept {
+    moduleContext = ModuleContext{};
+    moduleContext.cleanedUp = true;
+}

@@ -1,0 +1,22 @@
+// The module's activation context, which binds its windows to version 6 of the common controls whatever its
+// host process uses, and the few platform calls that run with it. The context is settled at the first use and
+// kept until IsolationAwareCleanup.
+//
+// When the context cannot be made or activated, a wrapper fails as its platform call does and does not make
+// it. A module without a manifest of its own runs the calls in the process's default context.
+#pragma once
+
+#include "base/windows_api.h"
+
+#include <prsht.h>
+
+void IsolationAwareInitCommonControls() noexcept;
+HPROPSHEETPAGE IsolationAwareCreatePropertySheetPageW(const PROPSHEETPAGEW* description) noexcept;
+INT_PTR IsolationAwareDialogBoxParamW(HINSTANCE instance, const wchar_t* templateName, HWND owner,
+                                      DLGPROC procedure, LPARAM initParam) noexcept;
+// The caller frees the library.
+HMODULE IsolationAwareLoadLibraryW(const wchar_t* fileName) noexcept;
+
+// Once, while the module unloads. A wrapper called later complains to the debugger and settles the context
+// again.
+void IsolationAwareCleanup() noexcept;

@@ -2,6 +2,8 @@
 
 #include <iterator>
 
+#include "driver/protocol.h"
+
 namespace {
 
 // Both names of a row.
@@ -130,7 +132,7 @@ const wchar_t* UfAppErrName(uint32_t result) {
     return RowOr(FindErrorName(kUfAppErrNames, kUfAppErrNameCount, result), kUfAppErrFallback).wideName;
 }
 
-const wchar_t* UsbErrBucketName(int32_t index) {
-    const bool known = index >= 0 && index < kUsbErrBucketCount;
+const wchar_t* UsbErrBucketName(uint32_t index) {
+    const bool known = index < kUsbErrBucketCount;
     return kUsbErrBucketNames[known ? index : kUsbErrBucketCount - 1];
 }

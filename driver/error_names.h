@@ -10,10 +10,9 @@ const wchar_t* CmProbName(uint32_t problem);   // or "UnknownProblemCode"
 const char* CmProbNameA(uint32_t problem);     // the same as 8-bit text
 const wchar_t* UfAppErrName(uint32_t result);  // or "UfApperr(UNKNOWN)"
 
-// The error counters of the USB error statistics are numbered buckets.
-constexpr int32_t kUsbErrBucketCount = 21;
-// The name of a bucket; the last one for an index outside them.
-const wchar_t* UsbErrBucketName(int32_t index);
+// The name of one of the kUsbErrBucketCount buckets (driver/protocol.h) that the USB error statistics count
+// in; the last one for an index outside them.
+const wchar_t* UsbErrBucketName(uint32_t index);
 
 // A row of a name table, for lookups and tests.
 struct ErrorNameRow {

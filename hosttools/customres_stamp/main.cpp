@@ -37,6 +37,7 @@ int wmain(int argc, wchar_t** argv) {
         "Writes the integrity digest into string 18001 of a customer's resource library, "
         "tavix_customres.dll.",
         "customres_stamp");
+    app.allow_windows_style_options(false);  // a path may begin with a slash
     bool checkOnly = false;
     std::string file;
     app.add_flag("--check", checkOnly, "only verify the digest; change nothing");

@@ -132,6 +132,8 @@ long CountHeapBlocks() {
 
 LeakCounts CountAll() {
     LeakCounts counts;
+    // The first look at windows connects the process to the desktop, which costs handles and GDI objects.
+    CountWindows();
     counts.kernelHandles = CountKernelHandles();
     counts.gdiObjects = CountGdiObjects();
     counts.windows = CountWindows();

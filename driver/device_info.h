@@ -1,0 +1,39 @@
+// What is known of one device: its properties and presence, and what the driver says of it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/windows_api.h"
+
+#include <setupapi.h>
+
+#include "driver/protocol.h"
+
+// A SPDRP_ property as text: REG_SZ as it is, REG_DWORD as "0x%X". False on failure, with `text` untouched;
+// *error then holds the code, ERROR_NO_DATA for a property of another type, else 0.
+bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, std::wstring& text,
+                           DWORD* error = nullptr) noexcept;
+
+inline constexpr size_t kFriendlyNameChars = 100;
+
+// SPDRP_FRIENDLYNAME, cut to the buffer. False, with the buffer untouched, when it cannot be read.
+bool GetDeviceFriendlyName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device,
+                           wchar_t (&name)[kFriendlyNameChars]) noexcept;
+
+// True when the device is present. *problem then holds its CM_PROB code, 0 for none.
+bool GetDevNodeStatus(const SP_DEVINFO_DATA& device, ULONG* problem = nullptr) noexcept;
+
+// The USB device behind a VCOM or USB device. Every text of the record is terminated. Returns a Windows
+// error, 0 for success, ERROR_DEVICE_NOT_CONNECTED when the driver's side is gone, kWrongReplyLength
+// (driver/vbus.h) when the driver returned another number of bytes; then `info` is untouched.
+DWORD GetUsbdInfo(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsbdInfo_st& info) noexcept;
+
+// The text that shows such a record. Returns the length of the whole text, as xfmt does.
+int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars);
+
+// UsbSpeed of a USB device; 0 when it is not mapped to a VCOM or the driver does not answer.
+uint32_t GetUsbSpeed(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice) noexcept;
+
+// ID of the process that has opened the VCOM; 0 for none and on any failure.
+DWORD GetVcomOpenerPid(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom) noexcept;

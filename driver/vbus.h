@@ -69,3 +69,9 @@ DWORD DoDeviceIoctl(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD code, voi
 // ERROR_INVALID_PARAMETER when the record has no room for it.
 DWORD DoDeviceIoctlEx(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD code, void* input, DWORD inputBytes,
                       void* output, DWORD outputBytes, DWORD* bytesReturned = nullptr) noexcept;
+
+// DoDeviceIoctl that shows an error box on failure: the formatted title, an empty line, then "Flowpath is
+// lost." or the error with its name.
+DWORD DoDeviceIoctlReport(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD code, void* output,
+                          DWORD outputBytes, DWORD* bytesReturned, HWND owner, const wchar_t* titleFormat,
+                          ...) noexcept;

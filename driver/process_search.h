@@ -1,0 +1,16 @@
+// Running processes by their ID and by the name of their program.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "base/windows_api.h"
+
+// Stores the path of the process's program, cut to the buffer. A process that hides its path from us but
+// tells the kernel's name for it gives that name as a drive-letter path, or unchanged when it is on no drive.
+// False when neither can be read.
+bool GetProcessExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) noexcept;
+
+// True when the program path of a running process contains a backslash followed by one of the names, whatever
+// the case. Processes that deny even limited access are skipped.
+bool FindProcessByNames(std::span<const std::wstring> names) noexcept;

@@ -7,10 +7,11 @@ function(tavix_add_floor name)
     add_library(tavix::${name} ALIAS tavix_${name})
     target_include_directories(tavix_${name} PUBLIC ${CMAKE_SOURCE_DIR})
     target_link_libraries(tavix_${name} PRIVATE tavix_product_options)
+    # A function that several system libraries have is taken from the one that its own floor names.
+    target_link_libraries(tavix_${name} PUBLIC ${ARG_SYSTEM_LIBRARIES})
     foreach(floor IN LISTS ARG_USES)
         target_link_libraries(tavix_${name} PUBLIC tavix::${floor})
     endforeach()
-    target_link_libraries(tavix_${name} PUBLIC ${ARG_SYSTEM_LIBRARIES})
 endfunction()
 
 # A test program. LEVEL is unit, ui or system: ui and system tests share one desktop and one simulated

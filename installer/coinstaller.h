@@ -5,7 +5,8 @@
 
 #include <setupapi.h>
 
-// Returns NO_ERROR, or ERROR_DI_POSTPROCESSING_REQUIRED for the first pass of installing a VCOM.
+// Returns NO_ERROR, or ERROR_DI_POSTPROCESSING_REQUIRED for the first pass of installing a VCOM: what fails
+// inside must not keep the class installer from its own work.
 extern "C" DWORD CALLBACK TavixCoInstaller(DI_FUNCTION installFunction, HDEVINFO deviceInfoSet,
                                            SP_DEVINFO_DATA* deviceInfoData,
-                                           COINSTALLER_CONTEXT_DATA* context);
+                                           COINSTALLER_CONTEXT_DATA* context) noexcept;

@@ -1,0 +1,14 @@
+// The four arguments of one call of the module's entry, as its handlers receive them. All borrowed for the
+// call.
+#pragma once
+
+#include "base/windows_api.h"
+
+#include <setupapi.h>
+
+struct CallRecord {
+    DI_FUNCTION installFunction;
+    HDEVINFO deviceInfoSet;
+    SP_DEVINFO_DATA* deviceInfoData;
+    COINSTALLER_CONTEXT_DATA* context;
+};

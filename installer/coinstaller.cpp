@@ -10,11 +10,14 @@
 #include "installer/page_registration.h"
 #include "installer/property_change.h"
 #include "installer/vbus_install.h"
+#include "installer/vm_tuning.h"
 #include "pages/usbd_page.h"
 #include "pages/vbus_page.h"
 #include "pages/vcom_page.h"
 #include "resources/resource_ids.h"
 #include "ui/activation_context.h"
+#include "ui/custom_resource.h"
+#include "ui/custom_resource_check.h"
 
 namespace {
 
@@ -60,6 +63,7 @@ DWORD InstallDevice(const CallRecord& call, DeviceKind kind, const HostProcess& 
         case DeviceKind::Unkn:
             break;
     }
+    ApplyVmTuningOnce();
     return NO_ERROR;
 }
 
@@ -76,6 +80,13 @@ void AddPage(const CallRecord& call, WORD templateId, DLGPROC procedure) noexcep
     tavix_DIF_ADDPROPERTYPAGE_ADVANCED(call, templateId, procedure, params);
 }
 
+// The line names the installation, although a page was asked for.
+void CheckCustomResource() noexcept {
+    if (CheckCustomResourceFile()) return;
+    TraceLine(L"%s:%s : %s checking error!", DeviceKindLabel(DeviceKind::Usbd), DifName(DIF_INSTALLDEVICE),
+              kCustomResourceFileName);
+}
+
 void AddPropertyPage(const CallRecord& call, DeviceKind kind) noexcept {
     switch (kind) {
         case DeviceKind::Vcom:
@@ -83,7 +94,9 @@ void AddPropertyPage(const CallRecord& call, DeviceKind kind) noexcept {
             break;
         case DeviceKind::Usbd:
             EnsureVbusDevice(nullptr);
+            ApplyVmTuningOnce();
             AddPage<UsbdProspageParams_st>(call, IDD_USBD_PAGE, UsbdProspageDlgProc);
+            CheckCustomResource();
             break;
         case DeviceKind::Vbus:
             AddPage<VbusProspageParams_st>(call, IDD_VBUS_PAGE, VbusProspageDlgProc);

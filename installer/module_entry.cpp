@@ -2,6 +2,7 @@
 #include "base/module.h"
 #include "base/windows_api.h"
 #include "ui/activation_context.h"
+#include "ui/custom_resource.h"
 
 // The C++ runtime's own: gives back its reserve of memory for exceptions, which it takes when it is loaded
 // and otherwise keeps when it is unloaded, 70 KB each time.
@@ -14,9 +15,11 @@ namespace {
 void OnProcessAttach(HINSTANCE instance) noexcept {
     SetModuleInstance(instance);
     IsolationAwareInitCommonControls();
+    LoadCustomResourceLibrary();
 }
 
 void OnProcessDetach(bool processEnds) noexcept {
+    FreeCustomResourceLibrary();
     IsolationAwareCleanup();
     SetModuleInstance(nullptr);
     if (!processEnds) __gnu_cxx::__freeres();

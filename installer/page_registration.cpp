@@ -2,8 +2,8 @@
 
 #include "base/module.h"
 #include "base/trace_line.h"
-#include "resources/resource_ids.h"
 #include "ui/activation_context.h"
+#include "ui/custom_resource.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ HPROPSHEETPAGE CreatePage(WORD templateId, DLGPROC procedure, TavixProspageParam
     description.dwFlags = PSP_USECALLBACK | PSP_USEHICON;  // the title is the template's
     description.hInstance = ModuleInstance();
     description.pszTemplate = MAKEINTRESOURCEW(templateId);
-    description.hIcon = LoadIconW(ModuleInstance(), MAKEINTRESOURCEW(IDI_TAVIX_PAGE));
+    description.hIcon = CustomPageIcon();
     description.pfnDlgProc = procedure;
     description.lParam = reinterpret_cast<LPARAM>(params);
     description.pfnCallback = ProspageCallback;

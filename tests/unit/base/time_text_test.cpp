@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/import_redirect.h"
 
 namespace {
 
@@ -85,32 +86,59 @@ TEST(TimeNowTest, LocalIsTheWallClockReadAsUtc) {
     EXPECT_LE(seconds, UemsOf(after) / 1000);
 }
 
-TEST(TimeNowTest, BrokenDownTimesAreTheSystemsOnes) {
+// A system eight hours east of UTC whose clocks stand still.
+class ReplacedClockTest : public testing::Test {
+  protected:
+    static constexpr int64_t kUtcSeconds = 1709590022;
+    static constexpr int64_t kEightHours = 8 * 60 * 60;
+
+    ReplacedCall<GetSystemTime> systemTime_{
+        "GetSystemTime", [](SYSTEMTIME* time) { *time = MakeTime(2024, 3, 4, 22, 7, 2, 45); }};
+    ReplacedCall<GetLocalTime> localTime_{
+        "GetLocalTime", [](SYSTEMTIME* time) { *time = MakeTime(2024, 3, 5, 6, 7, 2, 45); }};
+};
+
+TEST_F(ReplacedClockTest, LocalTimeIsTheWallClocks) {
+    EXPECT_EQ(time_now_uems_local(), (kUtcSeconds + kEightHours) * 1000 + 45);
+    EXPECT_EQ(time_now_unix_local(), kUtcSeconds + kEightHours);
+}
+
+TEST_F(ReplacedClockTest, BrokenDownTimesComeFromTheirOwnClock) {
     TimeTm utc{}, local{}, localOnly{};
-    uint32_t utcMsec = 5000, localMsec = 5000;
-    const int64_t before = time_now_unix_utc();
+    uint32_t utcMsec = 0, localMsec = 0;
     EXPECT_TRUE(time_now_tm_utc(&utc, &utcMsec));
     EXPECT_TRUE(time_now_tm(&local, &localMsec));
     EXPECT_TRUE(time_now_tm(&localOnly));
     EXPECT_TRUE(time_now_tm_utc(&utc, nullptr));
     EXPECT_TRUE(time_now_tm(&local, nullptr));
-    const int64_t after = time_now_unix_utc();
-    EXPECT_LT(utcMsec, 1000u);
-    EXPECT_LT(localMsec, 1000u);
-    const auto uemsOf = [](const TimeTm& tm) {
-        return UemsOf(MakeTime(tm.year + 1900, tm.month + 1, tm.day, tm.hour, tm.minute, tm.second)) / 1000;
-    };
-    const int64_t zone = time_now_unix_local() - time_now_unix_utc();
-    EXPECT_GE(uemsOf(utc), before);
-    EXPECT_LE(uemsOf(utc), after);
-    EXPECT_NEAR(static_cast<double>(uemsOf(local)), static_cast<double>(after + zone), 2);
-    EXPECT_NEAR(static_cast<double>(uemsOf(localOnly)), static_cast<double>(after + zone), 2);
+    EXPECT_EQ(utc.day, 4);
+    EXPECT_EQ(utc.hour, 22);
+    EXPECT_EQ(local.day, 5);
+    EXPECT_EQ(local.hour, 6);
+    EXPECT_EQ(localOnly.hour, 6);
+    EXPECT_EQ(utcMsec, 45u);
+    EXPECT_EQ(localMsec, 45u);
+}
+
+TEST_F(ReplacedClockTest, TextsOfNowAreUtcOrLocalAsAsked) {
+    wchar_t text[32];
+    EXPECT_EQ(time_text_now(0, 1, text, 32), text);
+    EXPECT_STREQ(text, L"2024-03-04 22:07:02");
+    EXPECT_STREQ(time_text_now(1, 2, text, 32), L"03-05 06:07:02");
+    EXPECT_STREQ(time_text_now(-1, 0, text, 32), L"06:07:02");
 }
 
 TEST(TimeZoneTest, TheOffsetIsTheNegatedBias) {
-    TIME_ZONE_INFORMATION zone{};
-    GetTimeZoneInformation(&zone);
-    EXPECT_EQ(time_tz_offset_minutes(), -zone.Bias);
+    for (const LONG bias : {-480L, 0L, 300L}) {
+        REPLACE_CALL(zone, GetTimeZoneInformation, [bias](TIME_ZONE_INFORMATION* information) -> DWORD {
+            *information = {};
+            information->Bias = bias;
+            information->StandardBias = -10;
+            information->DaylightBias = -60;
+            return TIME_ZONE_ID_DAYLIGHT;
+        });
+        EXPECT_EQ(time_tz_offset_minutes(), -bias);
+    }
 }
 
 TEST(TimeTmTest, TakesEveryFieldOfTheSystemTime) {
@@ -173,19 +201,30 @@ TEST(UnixToTmTest, ConvertsTimesBefore1970) {
     EXPECT_EQ(tm.second, 59);
 }
 
+int32_t LocalTmThreeHoursEast(int64_t seconds, TimeTm* tm) {
+    REPLACE_CALL(toLocal, FileTimeToLocalFileTime, [](const FILETIME* utc, FILETIME* local) -> BOOL {
+        *local = std::bit_cast<FILETIME>(std::bit_cast<int64_t>(*utc) + int64_t{3} * 3600 * 10000000);
+        return TRUE;
+    });
+    return time_unix_to_tm_local(seconds, tm);
+}
+
 TEST(UnixToTmTest, LocalIsWhatTheSystemMakesOfIt) {
-    const int64_t seconds = 1709629622;
-    const int64_t units = (seconds + 11644473600) * 10000000;
-    const FILETIME utc = std::bit_cast<FILETIME>(units);
-    FILETIME localFiletime;
-    SYSTEMTIME local;
-    ASSERT_TRUE(FileTimeToLocalFileTime(&utc, &localFiletime));
-    ASSERT_TRUE(FileTimeToSystemTime(&localFiletime, &local));
     TimeTm tm{};
-    EXPECT_NE(time_unix_to_tm_local(seconds, &tm), 0);
-    EXPECT_EQ(tm.hour, local.wHour);
-    EXPECT_EQ(tm.minute, local.wMinute);
-    EXPECT_EQ(tm.day, local.wDay);
+    EXPECT_NE(LocalTmThreeHoursEast(1709629622, &tm), 0);
+    EXPECT_EQ(tm.day, 5);
+    EXPECT_EQ(tm.hour, 12);
+    EXPECT_EQ(tm.minute, 7);
+}
+
+TEST(UnixToTmTest, UtcAsksNoTimeZone) {
+    REPLACE_CALL(toLocal, FileTimeToLocalFileTime, [](const FILETIME*, FILETIME*) -> BOOL { return FALSE; });
+    TimeTm tm{};
+    EXPECT_NE(time_unix_to_tm_utc(1709629622, &tm), 0);
+    EXPECT_EQ(tm.hour, 9);
+    TimeTm untouched{};
+    EXPECT_EQ(time_unix_to_tm_local(1709629622, &untouched), 0);
+    EXPECT_EQ(untouched.day, 0);
 }
 
 class UnixToTmFailureTest : public testing::TestWithParam<int64_t> {};
@@ -278,24 +317,5 @@ TEST(TimeTextLimitsTest, ATimeThatTheSystemRefusesPrintsZeros) {
     wchar_t text[32];
     EXPECT_STREQ(time_text_from_unix(INT64_MAX, 1, text, 32), L"0000-00-00 00:00:00");
 }
-
-class TimeTextNowTest : public testing::TestWithParam<int32_t> {};
-
-// Reads the clock around the call until both readings agree.
-TEST_P(TimeTextNowTest, ShowsTheClock) {
-    const int32_t local = GetParam();
-    for (int attempt = 0; attempt < 10; ++attempt) {
-        wchar_t before[32], text[32], after[32];
-        time_text_from_unix(local != 0 ? time_now_unix_local() : time_now_unix_utc(), 1, before, 32);
-        ASSERT_EQ(time_text_now(local, 1, text, 32), text);
-        time_text_from_unix(local != 0 ? time_now_unix_local() : time_now_unix_utc(), 1, after, 32);
-        if (wcscmp(before, after) != 0) continue;
-        EXPECT_STREQ(text, before);
-        return;
-    }
-    FAIL() << "the clock never stood still";
-}
-
-INSTANTIATE_TEST_SUITE_P(UtcAndLocal, TimeTextNowTest, testing::Values(0, 1, -1));
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/import_redirect.h"
 #include "tests/unit/base/xfmt_rows.h"
 
 namespace {
@@ -253,6 +254,25 @@ TEST(XfmtAllocTest, ATextThatCannotBeMeasuredFails) {
     text = &place;
     EXPECT_EQ(xfmt_alloc_max(&text, 10, L"%2000000000d%2000000000d", 1, 2), -2);
     EXPECT_EQ(text, nullptr);
+}
+
+void* FailingMalloc(size_t) {
+    return nullptr;
+}
+
+// Nothing but the call stands here, because everything else in the program allocates, too.
+int32_t AllocWithoutMemory(wchar_t** text, bool withLimit) {
+    const ImportRedirect memory(nullptr, nullptr, "malloc", reinterpret_cast<void*>(&FailingMalloc));
+    return withLimit ? xfmt_alloc_max(text, 10, L"%s", L"abc") : xfmt_alloc(text, L"%s", L"abc");
+}
+
+TEST(XfmtAllocTest, WithoutMemoryItFails) {
+    for (const bool withLimit : {false, true}) {
+        wchar_t place;
+        wchar_t* text = &place;
+        EXPECT_EQ(AllocWithoutMemory(&text, withLimit), -1);
+        EXPECT_EQ(text, nullptr);
+    }
 }
 
 struct MaxRow {

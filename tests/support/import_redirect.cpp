@@ -75,6 +75,12 @@ ImportRedirect::~ImportRedirect() {
         WriteSlot(slot.address, slot.previous);
 }
 
+DWORD ThreadIdWithoutCalls() {
+    DWORD id;
+    __asm__("movl %%gs:0x48, %0" : "=r"(id));
+    return id;
+}
+
 void* ImportedFunction(HMODULE module, const char* function) {
     for (const ImportSlot& slot : ImportSlots(OrTestProgram(module)))
         if (std::strcmp(slot.function, function) == 0) return *slot.address;

@@ -34,6 +34,10 @@ class ImportRedirect {
 // Where `module` (null: the test program) finds the function now; null when it does not import it.
 void* ImportedFunction(HMODULE module, const char* function);
 
+// Read from the thread's own block: any call made here could be a replaced one, and thread-local variables
+// would allocate.
+DWORD ThreadIdWithoutCalls();
+
 class ReplacedCallBase {
   public:
     virtual ~ReplacedCallBase() = default;
@@ -56,7 +60,7 @@ class ReplacedCall<function> : public ReplacedCallBase {
                  Threads threads = Threads::kMine)
         : outer_(current_),
           replacement_(std::move(replacement)),
-          thread_(threads == Threads::kMine ? GetCurrentThreadId() : 0),
+          thread_(threads == Threads::kMine ? ThreadIdWithoutCalls() : 0),
           // Known before the patch, because other threads may call at once.
           known_(outer_ != nullptr || RememberReal(module, name)),
           redirect_(module, nullptr, name, reinterpret_cast<void*>(&Trampoline)) {
@@ -76,19 +80,20 @@ class ReplacedCall<function> : public ReplacedCallBase {
     }
     static Result Trampoline(Arguments... arguments) {
         ReplacedCall* self = current_;
-        if (self == nullptr || inside_ || (self->thread_ != 0 && self->thread_ != GetCurrentThreadId()))
+        const DWORD thread = ThreadIdWithoutCalls();
+        if (self == nullptr || insideThread_ == thread || (self->thread_ != 0 && self->thread_ != thread))
             return real_(arguments...);
         struct Inside {
-            Inside() { inside_ = true; }
-            ~Inside() { inside_ = false; }
-        } inside;
+            explicit Inside(DWORD id) { insideThread_ = id; }
+            ~Inside() { insideThread_ = 0; }
+        } inside(thread);
         ++self->calls_;
         return self->replacement_(arguments...);
     }
 
     inline static ReplacedCall* current_ = nullptr;
     inline static Function real_ = nullptr;
-    inline static thread_local bool inside_ = false;
+    inline static volatile DWORD insideThread_ = 0;
 
     ReplacedCall* outer_;
     Replacement replacement_;

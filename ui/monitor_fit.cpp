@@ -1,0 +1,128 @@
+#include "ui/monitor_fit.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "base/heap_array.h"
+
+namespace {
+
+struct Listing {
+    MonitorRecord* records;
+    int32_t capacity;
+    int32_t count;
+};
+
+BOOL CALLBACK AddMonitor(HMONITOR monitor, HDC, RECT*, LPARAM parameter) noexcept {
+    auto& listing = *reinterpret_cast<Listing*>(parameter);
+    if (listing.count < listing.capacity) {
+        MONITORINFO information = {};
+        information.cbSize = sizeof information;
+        if (!GetMonitorInfoW(monitor, &information)) return FALSE;
+        listing.records[listing.count] = {information.rcMonitor, information.rcWork,
+                                          (information.dwFlags & MONITORINFOF_PRIMARY) != 0};
+    }
+    ++listing.count;
+    return TRUE;
+}
+
+// The values that an edge may have lie from first to last.
+LONG ShiftIntoRange(LONG first, LONG last, LONG value) noexcept {
+    if (value < first) return first - value;
+    if (value > last) return last - value;
+    return 0;
+}
+
+LONG LargerShift(LONG nearEdge, LONG farEdge) noexcept {
+    return std::abs(farEdge) > std::abs(nearEdge) ? farEdge : nearEdge;
+}
+
+int64_t Distance(const RECT& area, POINT point) noexcept {
+    const POINT shift = ShiftIntoRect(area, point, false);
+    return std::abs(int64_t{shift.x}) + std::abs(int64_t{shift.y});
+}
+
+int32_t NearestMonitor(const MonitorRecord* records, int32_t count, POINT point) noexcept {
+    for (int32_t i = 0; i < count; ++i)
+        if (IsPointInRect(records[i].workArea, point, false)) return i;
+    const MonitorRecord* const nearest =
+        std::min_element(records, records + count, [point](const MonitorRecord& a, const MonitorRecord& b) {
+            return Distance(a.workArea, point) < Distance(b.workArea, point);
+        });
+    return static_cast<int32_t>(nearest - records);
+}
+
+POINT CentreOf(const RECT& rect) noexcept {
+    return {static_cast<LONG>((int64_t{rect.left} + rect.right) / 2),
+            static_cast<LONG>((int64_t{rect.top} + rect.bottom) / 2)};
+}
+
+RECT CentredOn(POINT centre, LONG width, LONG height) noexcept {
+    const LONG left = centre.x - width / 2;
+    const LONG top = centre.y - height / 2;
+    return {left, top, left + width, top + height};
+}
+
+RECT MovedInside(RECT rect, const RECT& area) noexcept {
+    const POINT nearEdges = ShiftIntoRect(area, {rect.left, rect.top}, false);
+    const POINT farEdges = ShiftIntoRect(area, {rect.right, rect.bottom}, true);
+    OffsetRect(&rect, LargerShift(nearEdges.x, farEdges.x), LargerShift(nearEdges.y, farEdges.y));
+    return rect;
+}
+
+// All monitors; the number of them, 0 when they cannot be listed.
+int32_t ListAllMonitors(HeapArray<MonitorRecord>& records) noexcept {
+    int32_t count = 4;
+    for (;;) {
+        const int32_t capacity = count;
+        records = AllocateArray<MonitorRecord>(static_cast<size_t>(capacity));
+        if (!records) return 0;
+        const DWORD error = monitor_list(records.get(), capacity, &count);
+        if (error == ERROR_SUCCESS) return count;
+        if (error != ERROR_MORE_DATA) return 0;
+    }
+}
+
+}  // namespace
+
+bool IsPointInRect(const RECT& rect, POINT point, bool inclusive) noexcept {
+    const POINT shift = ShiftIntoRect(rect, point, inclusive);
+    return shift.x == 0 && shift.y == 0;
+}
+
+POINT ShiftIntoRect(const RECT& rect, POINT point, bool inclusive) noexcept {
+    const LONG step = inclusive ? 1 : 0;
+    return {ShiftIntoRange(rect.left + step, rect.right - 1 + step, point.x),
+            ShiftIntoRange(rect.top + step, rect.bottom - 1 + step, point.y)};
+}
+
+FittedRect FitRectToMonitors(const MonitorRecord* records, int32_t count, const RECT& reference,
+                             int32_t width, int32_t height) noexcept {
+    const POINT centre = CentreOf(reference);
+    const int32_t index = NearestMonitor(records, count, centre);
+    const RECT& area = records[index].workArea;
+    const RECT centred = CentredOn(centre, std::min<LONG>(width, area.right - area.left),
+                                   std::min<LONG>(height, area.bottom - area.top));
+    return {MovedInside(centred, area), index};
+}
+
+DWORD monitor_list(MonitorRecord* records, int32_t capacity, int32_t* count) noexcept {
+    Listing listing = {records, capacity, 0};
+    SetLastError(ERROR_SUCCESS);
+    if (!EnumDisplayMonitors(nullptr, nullptr, AddMonitor, reinterpret_cast<LPARAM>(&listing))) {
+        const DWORD error = GetLastError();
+        return error != ERROR_SUCCESS ? error : 1;
+    }
+    *count = listing.count;
+    return listing.count <= capacity ? ERROR_SUCCESS : ERROR_MORE_DATA;
+}
+
+void rect_fit_to_monitor(RECT* fitted, const RECT* reference, int32_t width, int32_t height,
+                         int32_t* monitorIndex) noexcept {
+    HeapArray<MonitorRecord> records;
+    const int32_t count = ListAllMonitors(records);
+    FittedRect result = {*reference, -1};
+    if (count > 0) result = FitRectToMonitors(records.get(), count, *reference, width, height);
+    *fitted = result.rect;
+    if (monitorIndex != nullptr) *monitorIndex = result.monitorIndex;
+}

@@ -14,6 +14,7 @@
 #include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
 #include "tests/support/resource_library.h"
+#include "tests/support/scratch_system_directory.h"
 #include "tests/support/temporary_file.h"
 
 namespace {
@@ -22,36 +23,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 std::vector<std::wstring> traced;
-
-// A system directory of the test's own, so that a real package folder stays as it is.
-class ScratchSystemDirectory {
-  public:
-    ScratchSystemDirectory() {
-        wchar_t folder[MAX_PATH] = L"";
-        GetTempPathW(MAX_PATH, folder);
-        path_ = std::wstring(folder) + L"tavix_ui_" + std::to_wstring(GetCurrentProcessId());
-        CreateDirectoryW(path_.c_str(), nullptr);
-        CreateDirectoryW((path_ + L"\\QrvTavix").c_str(), nullptr);
-    }
-    ~ScratchSystemDirectory() {
-        DeleteFileW(LibraryPath().c_str());
-        RemoveDirectoryW((path_ + L"\\QrvTavix").c_str());
-        RemoveDirectoryW(path_.c_str());
-    }
-    ScratchSystemDirectory(const ScratchSystemDirectory&) = delete;
-    ScratchSystemDirectory& operator=(const ScratchSystemDirectory&) = delete;
-
-    std::wstring LibraryPath() const { return path_ + L"\\QrvTavix\\tavix_customres.dll"; }
-    UINT CopyTo(wchar_t* buffer, UINT capacity) const {
-        if (capacity <= path_.size()) return static_cast<UINT>(path_.size() + 1);
-        path_.copy(buffer, path_.size());
-        buffer[path_.size()] = L'\0';
-        return static_cast<UINT>(path_.size());
-    }
-
-  private:
-    std::wstring path_;
-};
 
 class CustomResource : public testing::Test {
   protected:
@@ -66,7 +37,7 @@ class CustomResource : public testing::Test {
         SetModuleInstance(nullptr);
     }
 
-    void Install(const Bytes& image) { WriteWholeFile(system_.LibraryPath(), image); }
+    void Install(const Bytes& image) { WriteWholeFile(system_.CustomLibraryPath(), image); }
     void InstallStamped(const ResourceLibrary& library) {
         Bytes image = library.Build();
         StampImage(&image);
@@ -76,7 +47,7 @@ class CustomResource : public testing::Test {
         InstallStamped(library);
         LoadCustomResourceLibrary();
     }
-    bool IsLoaded() const { return GetModuleHandleW(system_.LibraryPath().c_str()) != nullptr; }
+    bool IsLoaded() const { return GetModuleHandleW(system_.CustomLibraryPath().c_str()) != nullptr; }
 
     static HICON ModuleIcon(WORD id) { return LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id)); }
 
@@ -91,9 +62,6 @@ class CustomResource : public testing::Test {
     }
 
     ScratchSystemDirectory system_;
-    ReplacedCall<GetSystemDirectoryW> systemDirectory_{
-        "GetSystemDirectoryW",
-        [this](wchar_t* buffer, UINT capacity) { return system_.CopyTo(buffer, capacity); }};
 };
 
 // The colour in the middle of an icon.
@@ -160,7 +128,7 @@ TEST_F(CustomResource, ALibraryThatCannotBeReadStaysUnused) {
         return INVALID_HANDLE_VALUE;
     });
     LoadCustomResourceLibrary();
-    EXPECT_EQ(opened, system_.LibraryPath());
+    EXPECT_EQ(opened, system_.CustomLibraryPath());
     ExpectBuiltInResources();
     EXPECT_THAT(traced, ElementsAre(L"TAVIX coinstaller custom resource dll loaded.",
                                     L"PEResource: Error loading PE file: " + opened + L" , ErrCode=32",
@@ -184,7 +152,7 @@ TEST_F(CustomResource, IsLoadedOnceByItsFullPath) {
     });
     LoadCustomResourceLibrary();
     LoadCustomResourceLibrary();
-    EXPECT_THAT(loaded, ElementsAre(system_.LibraryPath()));
+    EXPECT_THAT(loaded, ElementsAre(system_.CustomLibraryPath()));
 }
 
 // The switch ------------------------------------------------------------------------------------------------

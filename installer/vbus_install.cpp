@@ -27,7 +27,9 @@ static_assert(kVbusHardwareIdBytes == 36);
 
 bool VbusNodeExists() noexcept {
     RegValue flags;
-    return ReadRegValue(HKEY_LOCAL_MACHINE, kVbusProbeKey, kVbusProbeValue, flags) == ERROR_SUCCESS;
+    const DWORD error = ReadRegValue(HKEY_LOCAL_MACHINE, kVbusProbeKey, kVbusProbeValue, flags);
+    // A number of a wrong size is there all the same.
+    return error == ERROR_SUCCESS || error == ERROR_INVALID_DATA;
 }
 
 bool CreateVbusElement(HDEVINFO list, HWND parentWindow, SP_DEVINFO_DATA& vbus) noexcept {

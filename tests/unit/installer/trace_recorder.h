@@ -17,6 +17,7 @@ class TraceRecorder {
     TraceRecorder& operator=(const TraceRecorder&) = delete;
 
     const std::vector<std::wstring>& lines() const { return Lines(); }
+    void Clear() { Lines() = {}; }
 
   private:
     static std::vector<std::wstring>& Lines() {

@@ -161,6 +161,13 @@ INT_PTR IsolationAwareDialogBoxParamW(HINSTANCE instance, const wchar_t* templat
         INT_PTR{-1}, [=] { return DialogBoxParamW(instance, templateName, owner, procedure, initParam); });
 }
 
+INT_PTR IsolationAwareDialogBoxIndirectParamW(HINSTANCE instance, const DLGTEMPLATE* dialogTemplate,
+                                              HWND owner, DLGPROC procedure, LPARAM initParam) noexcept {
+    return CallInContext(INT_PTR{-1}, [=] {
+        return DialogBoxIndirectParamW(instance, dialogTemplate, owner, procedure, initParam);
+    });
+}
+
 HMODULE IsolationAwareLoadLibraryW(const wchar_t* fileName) noexcept {
     return CallInContext(HMODULE{nullptr}, [fileName] { return LoadLibraryW(fileName); });
 }

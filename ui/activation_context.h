@@ -14,6 +14,8 @@ void IsolationAwareInitCommonControls() noexcept;
 HPROPSHEETPAGE IsolationAwareCreatePropertySheetPageW(const PROPSHEETPAGEW* description) noexcept;
 INT_PTR IsolationAwareDialogBoxParamW(HINSTANCE instance, const wchar_t* templateName, HWND owner,
                                       DLGPROC procedure, LPARAM initParam) noexcept;
+INT_PTR IsolationAwareDialogBoxIndirectParamW(HINSTANCE instance, const DLGTEMPLATE* dialogTemplate,
+                                              HWND owner, DLGPROC procedure, LPARAM initParam) noexcept;
 // The caller frees the library.
 HMODULE IsolationAwareLoadLibraryW(const wchar_t* fileName) noexcept;
 

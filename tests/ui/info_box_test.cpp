@@ -1,0 +1,411 @@
+#include "ui/info_box.h"
+
+#include "base/time_text.h"
+#include "ui/info_box_template.h"
+
+#include "tests/support/import_redirect.h"
+#include "tests/ui/info_box_fixture.h"
+
+namespace {
+
+using InfoBox = InfoBoxTest;
+
+// The text of so many units finds no memory; everything else does, because the test itself needs some.
+constexpr int kRefusedChars = 9001;
+void* (*realMalloc)(size_t) = nullptr;
+void* RefuseTextBlock(size_t bytes) {
+    return bytes == (kRefusedChars + 1) * sizeof(wchar_t) ? nullptr : realMalloc(bytes);
+}
+
+TEST_F(InfoBox, WithoutParametersAndTextIsEmptyAndEscapeGivesTwo) {
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        const OpenInfoBox box(view);
+        EXPECT_EQ(box.Text(), L"");
+        for (const int id : {kInfoBoxOkId, kInfoBoxCancelId, kInfoBoxRefreshId, kInfoBoxAutoId})
+            EXPECT_FALSE(box.IsShown(id)) << id;
+        EXPECT_TRUE(box.IsShown(kInfoBoxTextId));
+        EXPECT_TRUE(box.IsShown(kInfoBoxIconId));
+        EXPECT_EQ(box.Icon(), LoadIconW(nullptr, IDI_INFORMATION));
+        EXPECT_EQ(box.FocusId(), 0);
+        box.PressKey(VK_ESCAPE);
+    });
+    EXPECT_EQ(FlexiInfoBox(nullptr, nullptr, nullptr), 2u);
+}
+
+TEST_F(InfoBox, WithoutButtonsTheCloseBoxGivesTwo) {
+    driver_.ExpectBox(L"FlexiInfo").Close();
+    EXPECT_EQ(FlexiInfoBox(parent(), nullptr, nullptr), 2u);
+}
+
+TEST_F(InfoBox, TheButtonsGiveTheirNumbers) {
+    FlexiInfoParams params{};
+    params.okText = L"&Continue";
+    params.cancelText = L"Canc&el";
+    for (const int id : {kInfoBoxOkId, kInfoBoxCancelId}) {
+        const uint32_t result = Show(params, L"text", [id](OpenInfoBox& box) {
+            EXPECT_TRUE(box.IsShown(kInfoBoxOkId));
+            EXPECT_TRUE(box.IsShown(kInfoBoxCancelId));
+            box.Command(id);
+        });
+        EXPECT_EQ(result, static_cast<uint32_t>(id));
+    }
+    EXPECT_EQ(driver_.boxes()[0].ControlText(kInfoBoxOkId), L"&Continue");
+    EXPECT_EQ(driver_.boxes()[0].ControlText(kInfoBoxCancelId), L"Canc&el");
+}
+
+TEST_F(InfoBox, WithoutATemplateGivesSix) {
+    EXPECT_EQ(FlexiInfoBoxFromTemplate(nullptr, nullptr, nullptr, parent(), nullptr, nullptr), 6u);
+    EXPECT_TRUE(driver_.boxes().empty());
+}
+
+TEST_F(InfoBox, AMissingDialogResourceGivesFive) {
+    EXPECT_EQ(FlexiInfoBoxFromTemplate(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(4711), nullptr, parent(),
+                                       nullptr, nullptr),
+              5u);
+}
+
+TEST_F(InfoBox, AVanishedParentGivesFive) {
+    EXPECT_EQ(FlexiInfoBox(reinterpret_cast<HWND>(0x7654321), nullptr, nullptr), 5u);
+}
+
+TEST_F(InfoBox, ATemplateOfTheCallerIsUsed) {
+    FlexiInfoParams params{};
+    params.okText = L"OK";
+    params.fontPointSize = 20;
+    const InfoBoxTemplate own(params);
+    driver_.ExpectBox(L"FlexiInfo").Press(kInfoBoxOkId);
+    EXPECT_EQ(FlexiInfoBoxFromTemplate(nullptr, nullptr, own.get(), parent(), &params, nullptr), 1u);
+}
+
+TEST_F(InfoBox, TheModuleInstanceIsThatOfTheParent) {
+    HINSTANCE used = nullptr;
+    REPLACE_CALL(dialog, DialogBoxIndirectParamW,
+                 [&](HINSTANCE instance, LPCDLGTEMPLATEW, HWND, DLGPROC, LPARAM) {
+                     used = instance;
+                     return INT_PTR{-1};
+                 });
+    EXPECT_EQ(FlexiInfoBox(parent(), nullptr, nullptr), 5u);
+    EXPECT_EQ(used, GetModuleHandleW(nullptr));
+}
+
+TEST_F(InfoBox, DisablesItsParentWhileItIsAttached) {
+    Show({}, L"", [this](OpenInfoBox& box) {
+        EXPECT_FALSE(IsWindowEnabled(parent()));
+        EXPECT_EQ(GetWindow(box.hwnd(), GW_OWNER), parent());
+        box.Command(kInfoBoxCancelId);
+    });
+    EXPECT_TRUE(IsWindowEnabled(parent()));
+}
+
+TEST_F(InfoBox, LeavesItsParentUsableWhenItStartsDetached) {
+    FlexiInfoParams params{};
+    params.startDetached = 1;
+    Show(params, L"", [this](OpenInfoBox& box) {
+        EXPECT_TRUE(IsWindowEnabled(parent()));
+        EXPECT_EQ(GetWindow(box.hwnd(), GW_OWNER), nullptr);
+        box.Command(kInfoBoxCancelId);
+    });
+}
+
+TEST_F(InfoBox, ShowsTitleTextAndIcon) {
+    FlexiInfoParams params{};
+    params.title = L"Result";
+    params.normalIcon = LoadIconW(nullptr, IDI_ERROR);
+    Show(params, L"one\ntwo\rthree\r\nfour\n\rfive", [&](OpenInfoBox& box) {
+        EXPECT_EQ(box.Caption(), L"Result");
+        EXPECT_EQ(box.Text(), L"one\r\ntwo\r\nthree\r\nfour\r\n\r\nfive");
+        EXPECT_EQ(box.Icon(), params.normalIcon);
+        EXPECT_EQ(box.WindowIcon(ICON_BIG), params.normalIcon);
+        EXPECT_EQ(box.WindowIcon(ICON_SMALL), params.normalIcon);
+        box.Command(kInfoBoxCancelId);
+    });
+}
+
+struct RefreshControlsRow {
+    const char* name;
+    uint8_t showRefreshButton;
+    int32_t autoRefreshMs;
+    uint8_t hideRefreshControls;
+    bool refreshShown;
+    bool autoShown;
+};
+void PrintTo(const RefreshControlsRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class InfoBoxRefreshControls : public InfoBoxTest, public testing::WithParamInterface<RefreshControlsRow> {};
+
+TEST_P(InfoBoxRefreshControls, AreShownAsAsked) {
+    FlexiInfoParams params{};
+    params.showRefreshButton = GetParam().showRefreshButton;
+    params.autoRefreshMs = GetParam().autoRefreshMs;
+    params.hideRefreshControls = GetParam().hideRefreshControls;
+    Show(params, L"", [](OpenInfoBox& box) {
+        EXPECT_EQ(box.IsShown(kInfoBoxRefreshId), GetParam().refreshShown);
+        EXPECT_EQ(box.IsShown(kInfoBoxAutoId), GetParam().autoShown);
+        box.Command(kInfoBoxCancelId);
+    });
+    EXPECT_EQ(driver_.boxes()[0].ControlText(kInfoBoxRefreshId), L"&Refresh");
+    EXPECT_EQ(driver_.boxes()[0].ControlText(kInfoBoxAutoId), L"&Auto");
+}
+
+INSTANTIATE_TEST_SUITE_P(InfoBox, InfoBoxRefreshControls,
+                         testing::Values(RefreshControlsRow{"Neither", 0, 0, 0, false, false},
+                                         RefreshControlsRow{"NegativeInterval", 0, -1, 0, false, false},
+                                         RefreshControlsRow{"ButtonAlone", 1, 0, 0, true, false},
+                                         RefreshControlsRow{"Interval", 0, 60000, 0, true, true},
+                                         RefreshControlsRow{"Hidden", 1, 60000, 1, false, false}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(InfoBox, OwnTextsReplaceThoseOfTheRefreshControls) {
+    FlexiInfoParams params{};
+    params.autoRefreshMs = 60000;
+    params.refreshText = L"A&gain";
+    params.autoText = L"&Often";
+    Show(params, L"", [](OpenInfoBox& box) { box.Command(kInfoBoxCancelId); });
+    EXPECT_EQ(driver_.boxes()[0].ControlText(kInfoBoxRefreshId), L"A&gain");
+    EXPECT_EQ(driver_.boxes()[0].ControlText(kInfoBoxAutoId), L"&Often");
+}
+
+TEST_F(InfoBox, ACancelButtonAloneStaysAtItsTemplatePlaceAndTheHiddenOneMoves) {
+    FlexiInfoParams params{};
+    params.cancelText = L"Cancel";
+    Show(params,
+         L"a text that makes the box wider than its template, because it is quite a long line of words",
+         [](OpenInfoBox& box) {
+             RECT place{99, 38, 0, 0};
+             MapDialogRect(box.hwnd(), &place);
+             const RECT cancel = box.AreaOf(kInfoBoxCancelId);
+             EXPECT_EQ(cancel.left, place.left);
+             EXPECT_EQ(cancel.top, place.top);
+             // Anchored at the middle and the bottom, as an OK button alone would be.
+             RECT client{};
+             GetClientRect(box.hwnd(), &client);
+             const RECT ok = box.AreaOf(kInfoBoxOkId);
+             EXPECT_NEAR((ok.left + ok.right) / 2, client.right / 2, 2);
+             EXPECT_FALSE(box.IsShown(kInfoBoxOkId));
+             box.Command(kInfoBoxCancelId);
+         });
+}
+
+TEST_F(InfoBox, AnOkButtonAloneIsCentred) {
+    FlexiInfoParams params{};
+    params.okText = L"OK";
+    Show(params,
+         L"a text that makes the box wider than its template, because it is quite a long line of words",
+         [](OpenInfoBox& box) {
+             RECT client{};
+             GetClientRect(box.hwnd(), &client);
+             const RECT ok = box.AreaOf(kInfoBoxOkId);
+             EXPECT_NEAR((ok.left + ok.right) / 2, client.right / 2, 2);
+             EXPECT_LT(ok.bottom, client.bottom);
+             box.Command(kInfoBoxOkId);
+         });
+}
+
+TEST_F(InfoBox, TwoButtonsKeepTheirDistanceFromTheCorner) {
+    FlexiInfoParams params{};
+    params.okText = L"OK";
+    params.cancelText = L"Cancel";
+    Show(params, L"1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12", [](OpenInfoBox& box) {
+        RECT client{};
+        GetClientRect(box.hwnd(), &client);
+        RECT margins{156 - 149, 56 - 52, 156 - 96, 0};
+        MapDialogRect(box.hwnd(), &margins);
+        EXPECT_NEAR(client.right - box.AreaOf(kInfoBoxCancelId).right, margins.left, 2);
+        EXPECT_NEAR(client.bottom - box.AreaOf(kInfoBoxCancelId).bottom, margins.top, 2);
+        EXPECT_NEAR(client.right - box.AreaOf(kInfoBoxOkId).right, margins.right, 2);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBox, AToolWindowHasNoSystemMenu) {
+    FlexiInfoParams params{};
+    params.toolWindow = 1;
+    Show(params, L"", [](OpenInfoBox& box) { box.Command(kInfoBoxCancelId); });
+    EXPECT_TRUE(driver_.boxes()[0].extendedStyle & WS_EX_TOOLWINDOW);
+    EXPECT_FALSE(driver_.boxes()[0].style & WS_SYSMENU);
+}
+
+TEST_F(InfoBox, ThePitchOfTheFontIsAsAsked) {
+    for (const bool fixedPitch : {false, true}) {
+        FlexiInfoParams params{};
+        params.fixedPitch = fixedPitch ? 1 : 0;
+        Show(params, L"", [fixedPitch](OpenInfoBox& box) {
+            const HWND text = GetDlgItem(box.hwnd(), kInfoBoxTextId);
+            const auto font = reinterpret_cast<HFONT>(SendMessageW(text, WM_GETFONT, 0, 0));
+            LOGFONTW description{};
+            GetObjectW(font, sizeof description, &description);
+            EXPECT_EQ(description.lfPitchAndFamily & 3, fixedPitch ? FIXED_PITCH : VARIABLE_PITCH);
+            EXPECT_EQ(description.lfFaceName[0] == L'\0', fixedPitch);
+            box.Command(kInfoBoxCancelId);
+        });
+    }
+}
+
+TEST_F(InfoBox, ScrollToEndShowsTheLastLine) {
+    std::wstring text;
+    for (int i = 0; i < 300; ++i)
+        text += L"line\n";
+    for (const bool scroll : {false, true}) {
+        FlexiInfoParams params{};
+        params.scrollToEnd = scroll ? 1 : 0;
+        Show(params, text.c_str(), [scroll](OpenInfoBox& box) {
+            const HWND control = GetDlgItem(box.hwnd(), kInfoBoxTextId);
+            const LRESULT first = SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0);
+            if (scroll) {
+                EXPECT_GT(first, 100);
+            } else {
+                EXPECT_EQ(first, 0);
+            }
+            box.Command(kInfoBoxCancelId);
+        });
+    }
+}
+
+TEST_F(InfoBox, FormattedTextGetsABufferOfItsOwnLength) {
+    FlexiInfoParams params = Recorded();
+    params.textBufferChars = 999999;
+    uint32_t capacity = 0;
+    callback_.act = [&](FlexiInfoEvent&, wchar_t*, uint32_t chars) {
+        capacity = chars;
+        return FIR_NoChange;
+    };
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& box) {
+        EXPECT_EQ(box.Text(kInfoBoxTextId), L"WinErr=5(five)");
+        box.Press(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoBoxF(parent(), &params, L"WinErr=%d(%s)", 5, L"five"), 1u);
+    EXPECT_EQ(capacity, 15u);
+}
+
+TEST_F(InfoBox, FormattedTextMayHaveNoParameters) {
+    driver_.ExpectBox(L"FlexiInfo").Close();
+    EXPECT_EQ(FlexiInfoBoxF(nullptr, nullptr, L"%d", 7), 2u);
+}
+
+TEST_F(InfoBox, WithoutMemoryForTheFormattedTextGivesFive) {
+    realMalloc = reinterpret_cast<void* (*)(size_t)>(ImportedFunction(nullptr, "malloc"));
+    const ImportRedirect redirect(nullptr, nullptr, "malloc", reinterpret_cast<void*>(&RefuseTextBlock));
+    EXPECT_EQ(FlexiInfoBoxF(parent(), nullptr, L"%*n", kRefusedChars, L"x"), 5u);
+}
+
+TEST_F(InfoBox, AMessageShowsItsTextAndAnOkButton) {
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& box) {
+        EXPECT_EQ(box.Text(kInfoBoxTextId), L"7 of nine");
+        EXPECT_EQ(box.Read().Buttons(), std::vector<int>{kInfoBoxOkId});
+        EXPECT_EQ(box.Text(kInfoBoxOkId), L"OK");
+        box.Press(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoMessage(parent(), L"%d of %s", 7, L"nine"), 1u);
+}
+
+TEST_F(InfoBox, APlainTextIsNotFormatted) {
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& box) {
+        EXPECT_EQ(box.Text(kInfoBoxTextId), L"100 %s & more");
+        box.Press(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoShowText(parent(), L"100 %s & more"), 1u);
+}
+
+TEST_F(InfoBox, TheParametersMayGoAwayDuringTheCall) {
+    auto params = std::make_unique<FlexiInfoParams>(Recorded());
+    params->autoRefreshMs = 60000;
+    driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
+        const OpenInfoBox box(view);
+        memset(static_cast<void*>(params.get()), 0xEE, sizeof *params);
+        box.Tick();
+        EXPECT_EQ(callback_.calls.size(), 0u) << "the timer is not running yet";
+        box.CheckAuto(true);
+        box.Tick();
+        box.Command(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoBox(parent(), params.get(), buffer_.data()), 1u);
+    EXPECT_EQ(callback_.Reasons(), (std::vector<uint32_t>{0, 0, 1}));
+}
+
+TEST_F(InfoBox, EnterPressesTheDefaultButtonAndMnemonicsTheirs) {
+    FlexiInfoParams params{};
+    params.okText = L"&Yes";
+    params.cancelText = L"&No";
+    EXPECT_EQ(Show(params, L"", [](OpenInfoBox& box) { box.PressKey(VK_RETURN); }), 1u);
+    params.defaultButtonId = kInfoBoxCancelId;
+    EXPECT_EQ(Show(params, L"", [](OpenInfoBox& box) { box.PressKey(VK_RETURN); }), 2u);
+    EXPECT_EQ(Show(params, L"",
+                   [](OpenInfoBox& box) {
+                       PostMessageW(GetDlgItem(box.hwnd(), kInfoBoxCancelId), WM_SYSCHAR, L'y', 1 << 29);
+                   }),
+              1u);
+    EXPECT_EQ(driver_.boxes()[0].defaultButton, kInfoBoxOkId);
+    EXPECT_EQ(driver_.boxes()[1].defaultButton, kInfoBoxCancelId);
+}
+
+TEST_F(InfoBox, EscapeInTheTextGivesTwo) {
+    FlexiInfoParams params{};
+    params.okText = L"OK";
+    params.defaultButtonId = kInfoBoxTextId;
+    EXPECT_EQ(Show(params, L"",
+                   [](OpenInfoBox& box) {
+                       EXPECT_EQ(box.FocusId(), kInfoBoxTextId);
+                       box.PressKey(VK_ESCAPE);
+                   }),
+              2u);
+}
+
+TEST_F(InfoBox, TabReachesEveryControlInOrder) {
+    FlexiInfoParams params{};
+    params.okText = L"&Yes";
+    params.cancelText = L"&No";
+    params.autoRefreshMs = 60000;
+    Show(params, L"text", [](OpenInfoBox& box) {
+        std::vector<int> order{box.FocusId()};
+        for (int i = 0; i < 5; ++i) {
+            const int before = box.FocusId();
+            box.PressKey(VK_TAB);
+            EXPECT_TRUE(WaitUntil("the focus to move", [&] { return box.FocusId() != before; }));
+            order.push_back(box.FocusId());
+        }
+        EXPECT_EQ(order, (std::vector<int>{kInfoBoxOkId, kInfoBoxCancelId, kInfoBoxTextId, kInfoBoxRefreshId,
+                                           kInfoBoxAutoId, kInfoBoxOkId}));
+        box.Command(kInfoBoxCancelId);
+    });
+}
+
+TEST_F(InfoBox, TabEntersABoxWithoutFocus) {
+    Show({}, L"text", [](OpenInfoBox& box) {
+        EXPECT_EQ(box.FocusId(), 0);
+        box.PressKey(VK_TAB);
+        EXPECT_TRUE(WaitUntil("the text to get the focus", [&] { return box.FocusId() == kInfoBoxTextId; }));
+        box.Command(kInfoBoxCancelId);
+    });
+}
+
+TEST_F(InfoBox, AClickOnTheIconCopiesTheText) {
+    Show({}, L"one\ntwo", [](OpenInfoBox& box) {
+        box.Command(kInfoBoxIconId);
+        EXPECT_TRUE(OpenClipboard(nullptr));
+        const HANDLE block = GetClipboardData(CF_UNICODETEXT);
+        EXPECT_STREQ(static_cast<const wchar_t*>(GlobalLock(block)), L"one\r\ntwo");
+        GlobalUnlock(block);
+        CloseClipboard();
+        box.Command(kInfoBoxCancelId);
+    });
+}
+
+TEST_F(InfoBox, CopiesAtMost63999Units) {
+    std::wstring text;
+    while (text.size() < 70000)
+        text += L"a line of some length\r\n";
+    buffer_.resize(text.size() + 1);
+    Show({}, text.c_str(), [](OpenInfoBox& box) {
+        box.Command(kInfoBoxIconId);
+        EXPECT_TRUE(OpenClipboard(nullptr));
+        const HANDLE block = GetClipboardData(CF_UNICODETEXT);
+        EXPECT_EQ(wcslen(static_cast<const wchar_t*>(GlobalLock(block))), size_t{63999});
+        GlobalUnlock(block);
+        CloseClipboard();
+        box.Command(kInfoBoxCancelId);
+    });
+}
+
+}  // namespace

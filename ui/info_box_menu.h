@@ -1,0 +1,28 @@
+// The info box's context menu. The entries are the caller's own and are changed in place.
+#pragma once
+
+#include <cstdint>
+
+#include "base/win32_handle.h"
+#include "base/windows_api.h"
+
+#include "ui/info_box.h"
+
+struct FlexiInfoState;
+
+// Gives the three special entries their states at the opening of the box. Returns whether the time of the
+// last refresh is shown from the start.
+bool NormaliseMenu(FlexiInfoMenuItem* items, int32_t count, bool hasParent, bool attached) noexcept;
+
+// Null when the menu cannot be made.
+OwnedMenu BuildMenu(const FlexiInfoMenuItem* items, int32_t count) noexcept;
+
+// Toggles the chosen entry and returns its new check state; an id of 0 stands for "nothing chosen".
+bool ToggleMenuItem(FlexiInfoMenuItem* items, int32_t count, int32_t chosenId) noexcept;
+
+// Shows the menu at a point of the screen and carries out the choice.
+void TrackInfoBoxMenu(FlexiInfoState& state, POINT screen) noexcept;
+
+// Copies the shown text to the clipboard, at most kMaxCopyChars units of it.
+constexpr int kMaxCopyChars = 63'999;
+void CopyShownText(const FlexiInfoState& state) noexcept;

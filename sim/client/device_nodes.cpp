@@ -71,6 +71,19 @@ DWORD CreateUsbNode(const UsbIdentity& identity) {
     return error;
 }
 
+DWORD CreateBusNode() {
+    const DeviceInfoList list = CreateList(&kSystemClass);
+    SP_DEVINFO_DATA element = EmptyElement();
+    DWORD error =
+        ErrorOf(SetupDiCreateDeviceInfoW(list.get(), L"QRV_VBUS", &kSystemClass, L"<Holmark TAVIX VBus>",
+                                         nullptr, DICD_GENERATE_ID, &element));
+    if (error == ERROR_SUCCESS)
+        error = ErrorOf(SetupDiSetDeviceRegistryPropertyW(list.get(), &element, SPDRP_HARDWAREID,
+                                                          reinterpret_cast<const BYTE*>(kBusHardwareId),
+                                                          sizeof(kBusHardwareId)));
+    return error == ERROR_SUCCESS ? InstallElement(list, element) : error;
+}
+
 DWORD OpenNode(std::wstring_view instanceId, const DeviceInfoList& list, SP_DEVINFO_DATA& element) {
     element = EmptyElement();
     return ErrorOf(
@@ -99,19 +112,13 @@ DWORD UnplugUsbDevice(std::wstring_view usbInstanceId) {
 }
 
 DWORD InstallVbus() {
+    if (!NodeExists(kFirstBusNode)) {
+        const DWORD error = CreateBusNode();
+        if (error != ERROR_SUCCESS) return error;
+    }
     SimulatedDriver driver;
-    if (driver.Connect() == ERROR_SUCCESS) return ERROR_SUCCESS;
-    const DeviceInfoList list = CreateList(&kSystemClass);
-    SP_DEVINFO_DATA element = EmptyElement();
-    DWORD error =
-        ErrorOf(SetupDiCreateDeviceInfoW(list.get(), L"QRV_VBUS", &kSystemClass, L"<Holmark TAVIX VBus>",
-                                         nullptr, DICD_GENERATE_ID, &element));
-    if (error == ERROR_SUCCESS)
-        error = ErrorOf(SetupDiSetDeviceRegistryPropertyW(list.get(), &element, SPDRP_HARDWAREID,
-                                                          reinterpret_cast<const BYTE*>(kBusHardwareId),
-                                                          sizeof(kBusHardwareId)));
-    if (error == ERROR_SUCCESS) error = InstallElement(list, element);
-    return error == ERROR_SUCCESS ? driver.Connect(kDriverStartMs) : error;
+    const DWORD error = driver.Connect(kDriverStartMs);
+    return error == ERROR_SUCCESS ? driver.WaitForBus(kDriverStartMs) : error;
 }
 
 DWORD RemoveNode(std::wstring_view instanceId) {

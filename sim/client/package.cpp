@@ -4,11 +4,25 @@
 
 #include "base/win32_handle.h"
 
+#include "sim/client/device_nodes.h"
+
 namespace {
 
+constexpr DWORD kStopMs = 10000;
+
+using ServiceHandle = OwnedHandle<NullHandleTraits<SC_HANDLE, CloseServiceHandle>>;
+
+constexpr wchar_t kDriverFile[] = L"tavix_sim.sys";
+constexpr wchar_t kCoinstallerFile[] = L"tavix_coinstaller.dll";
 constexpr const wchar_t* kPackageFiles[] = {
-    L"tavix_bus.inf", L"tavix_usb.inf", L"tavix_vcom.inf", L"tavix_sim.sys", L"tavix_coinstaller.dll",
+    L"tavix_bus.inf", L"tavix_usb.inf", L"tavix_vcom.inf", kDriverFile, kCoinstallerFile,
 };
+
+std::wstring SystemFolder() {
+    wchar_t folder[MAX_PATH];
+    const UINT length = GetSystemDirectoryW(folder, static_cast<UINT>(std::size(folder)));
+    return std::wstring(folder, length) + L"\\";
+}
 
 std::wstring InfFolder() {
     wchar_t windows[MAX_PATH];
@@ -33,26 +47,65 @@ FileStamp StampOf(const std::wstring& path) {
     return {true, ULONGLONG{data.nFileSizeHigh} << 32 | data.nFileSizeLow, data.ftLastWriteTime};
 }
 
-}  // namespace
-
-std::wstring PackageFilePath(std::wstring_view name) {
-    return InfFolder().append(name);
-}
-
-DWORD InstallPackage(const std::wstring& packageFolder) {
-    CreateDirectoryW(InfFolder().c_str(), nullptr);
-    for (const wchar_t* name : kPackageFiles) {
-        const std::wstring source = packageFolder + L"\\" + name;
-        const std::wstring destination = PackageFilePath(name);
-        const FileStamp stamp = StampOf(source);
-        if (stamp.exists && stamp == StampOf(destination)) continue;
-        if (!CopyFileW(source.c_str(), destination.c_str(), FALSE)) return GetLastError();
+DWORD StopServiceAndWait(SC_HANDLE service) {
+    SERVICE_STATUS status = {};
+    if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) {
+        const DWORD error = GetLastError();
+        return error == ERROR_SERVICE_NOT_ACTIVE ? ERROR_SUCCESS : error;
+    }
+    const DWORD start = GetTickCount();
+    while (QueryServiceStatus(service, &status) && status.dwCurrentState != SERVICE_STOPPED) {
+        if (GetTickCount() - start > kStopMs) return ERROR_TIMEOUT;
+        Sleep(10);
     }
     return ERROR_SUCCESS;
 }
 
+DWORD CopyChanged(const std::wstring& source, const std::wstring& destination) {
+    const FileStamp stamp = StampOf(source);
+    if (stamp.exists && stamp == StampOf(destination)) return ERROR_SUCCESS;
+    return CopyFileW(source.c_str(), destination.c_str(), FALSE) ? ERROR_SUCCESS : GetLastError();
+}
+
+// An older build that the device installer has copied already would go on being used. A running driver is
+// unloaded, with its bus, so that the next installation starts the new one.
+DWORD RefreshInstalledCopies(const std::wstring& packageFolder) {
+    const std::wstring newDriver = packageFolder + L"\\" + kDriverFile;
+    const std::wstring installedDriver = SystemFolder() + L"drivers\\" + kDriverFile;
+    DWORD error = ERROR_SUCCESS;
+    if (StampOf(installedDriver).exists && StampOf(newDriver) != StampOf(installedDriver)) {
+        RemoveVbus();
+        error = StopDriver();
+        if (error == ERROR_SUCCESS) error = CopyChanged(newDriver, installedDriver);
+    }
+    const std::wstring installedCoinstaller = SystemFolder() + kCoinstallerFile;
+    if (error == ERROR_SUCCESS && StampOf(installedCoinstaller).exists)
+        error = CopyChanged(packageFolder + L"\\" + kCoinstallerFile, installedCoinstaller);
+    return error;
+}
+
+}  // namespace
+
+DWORD InstallPackage(const std::wstring& packageFolder) {
+    CreateDirectoryW(InfFolder().c_str(), nullptr);
+    for (const wchar_t* name : kPackageFiles) {
+        const DWORD error = CopyChanged(packageFolder + L"\\" + name, InfFolder() + name);
+        if (error != ERROR_SUCCESS) return error;
+    }
+    return RefreshInstalledCopies(packageFolder);
+}
+
 bool IsPackageInstalled() {
     for (const wchar_t* name : kPackageFiles)
-        if (!StampOf(PackageFilePath(name)).exists) return false;
+        if (!StampOf(InfFolder() + name).exists) return false;
     return true;
+}
+
+DWORD StopDriver() {
+    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager) return GetLastError();
+    const ServiceHandle service(
+        OpenServiceW(manager.get(), L"Qrv_tavix", SERVICE_STOP | SERVICE_QUERY_STATUS));
+    if (!service) return GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST ? ERROR_SUCCESS : GetLastError();
+    return StopServiceAndWait(service.get());
 }

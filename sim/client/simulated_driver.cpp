@@ -123,6 +123,13 @@ DWORD SimulatedDriver::Connect(DWORD waitMs) {
     return error;
 }
 
+DWORD SimulatedDriver::WaitForBus(DWORD waitMs) {
+    return PollUntil(waitMs, [this] {
+        SimInfo_st info = {};
+        return QueryInfo(info) == ERROR_SUCCESS && info.busStarted != 0;
+    });
+}
+
 DWORD SimulatedDriver::Send(uint32_t code, const void* input, size_t inputBytes, void* output,
                             size_t outputBytes, DWORD* returnedBytes) {
     if (!device_) return ERROR_NOT_READY;

@@ -50,6 +50,8 @@ class SimulatedDriver {
   public:
     // Waits at most waitMs for the driver to be loaded. ERROR_FILE_NOT_FOUND when it is not.
     DWORD Connect(DWORD waitMs = 0);
+    // Polls until the bus runs and has its device interface, or ERROR_TIMEOUT.
+    DWORD WaitForBus(DWORD waitMs);
     bool IsConnected() const { return static_cast<bool>(device_); }
 
     // Everything back to the state after loading: no devices, no faults, default records, an empty request

@@ -48,6 +48,10 @@ constexpr uint32_t kSimClearRequests = SimControlCode(0x815);   // none -> none
 constexpr uint32_t kSimSetPresence = SimControlCode(0x816);     // SimPresence_st -> none
 constexpr uint32_t kSimWriteUsbErrLog = SimControlCode(0x817);  // SimUsbErrLog_st -> none
 constexpr uint32_t kSimSetDosLink = SimControlCode(0x818);      // SimDosLink_st -> none
+// Through a handle of the bus or of a VCOM: none -> none. Fails as the opening should have failed. Some
+// platforms do not wait for the driver's answer to an opening.
+constexpr uint32_t kSimQueryOpened = SimControlCode(0x819);
+constexpr uint32_t kSimQueryOpenedForWriting = kSimQueryOpened | kTavixWriteAccess << 14;
 
 // ---- Sizes ------------------------------------------------------------------------------------------------
 constexpr size_t kSimIdChars = 200;

@@ -29,6 +29,7 @@ NTSTATUS StartBus(DEVICE_OBJECT* device) {
     {
         ModelLock lock;
         BusExtensionOf(device).started = true;
+        StoreEarlierNodesAbsent();
         AttachAllVcoms();
     }
     ApplyBusInterface();

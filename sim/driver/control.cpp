@@ -239,6 +239,7 @@ void ResetSimulation() {
         for (SimDevice& device : g_model.devices)
             if (device.known) DetachVcom(device);
         ResetModel();
+        ResetPresence();
         ClearRequestLog();
     }
     ApplyBusInterface();

@@ -10,32 +10,56 @@
 
 namespace {
 
-// FILE_WRITE_DATA, or the generic right that has not been mapped to it.
-bool AsksForWriting(IRP* irp) {
-    const IO_SECURITY_CONTEXT* security =
-        IoGetCurrentIrpStackLocation(irp)->Parameters.Create.SecurityContext;
-    return security != nullptr &&
-           (security->DesiredAccess & (FILE_WRITE_DATA | GENERIC_WRITE | GENERIC_ALL)) != 0;
+constexpr ACCESS_MASK kWriting = FILE_WRITE_DATA | GENERIC_WRITE | GENERIC_ALL;
+
+// What a file remembers of its opening. Some platforms give the opener its handle without waiting for the
+// driver's answer; then whatever is sent through a refused file is refused as well.
+struct Opening {
+    NTSTATUS refusal;
+    bool refusesWriting;  // the opener's access was not told: what needs write access is refused
+};
+
+Opening OpeningOf(const FILE_OBJECT* file) {
+    if (file == nullptr) return {};
+    return {static_cast<NTSTATUS>(reinterpret_cast<ULONG_PTR>(file->FsContext)), file->FsContext2 != nullptr};
 }
 
-NTSTATUS OpenBus(IRP* irp) {
-    NTSTATUS status = STATUS_SUCCESS;
-    {
-        ModelLock lock;
-        if (g_model.access.openStatus != 0)
-            status = g_model.access.openStatus;
-        else if (g_model.access.refuseWrite != 0 && AsksForWriting(irp))
-            status = STATUS_ACCESS_DENIED;
-    }
-    return CompleteIrp(irp, status);
+void Remember(FILE_OBJECT* file, const Opening& opening) {
+    if (file == nullptr) return;
+    file->FsContext = reinterpret_cast<void*>(static_cast<ULONG_PTR>(static_cast<ULONG>(opening.refusal)));
+    file->FsContext2 = reinterpret_cast<void*>(static_cast<ULONG_PTR>(opening.refusesWriting));
+}
+
+Opening OpenBus(const IO_SECURITY_CONTEXT* security) {
+    ModelLock lock;
+    if (g_model.access.openStatus != 0) return {g_model.access.openStatus, false};
+    if (g_model.access.refuseWrite == 0) return {};
+    if (security == nullptr) return {STATUS_SUCCESS, true};
+    return {(security->DesiredAccess & kWriting) != 0 ? STATUS_ACCESS_DENIED : STATUS_SUCCESS, false};
+}
+
+// The file's answer to a request that it may not carry; success when it may.
+NTSTATUS RefusalOf(IRP* irp) {
+    const IO_STACK_LOCATION* stack = IoGetCurrentIrpStackLocation(irp);
+    const Opening opening = OpeningOf(stack->FileObject);
+    if (opening.refusal != STATUS_SUCCESS || !opening.refusesWriting) return opening.refusal;
+    if (stack->MajorFunction != IRP_MJ_DEVICE_CONTROL) return STATUS_SUCCESS;
+    const ULONG neededAccess = stack->Parameters.DeviceIoControl.IoControlCode >> 14 & 3;
+    return (neededAccess & FILE_WRITE_ACCESS) != 0 ? STATUS_ACCESS_DENIED : STATUS_SUCCESS;
+}
+
+NTSTATUS FinishOpen(IRP* irp, const Opening& opening) {
+    Remember(IoGetCurrentIrpStackLocation(irp)->FileObject, opening);
+    return CompleteIrp(irp, opening.refusal);
 }
 
 NTSTATUS NTAPI DispatchCreate(DEVICE_OBJECT* device, IRP* irp) {
     switch (ExtensionOf(device).kind) {
         case DeviceKind::kBus:
-            return OpenBus(irp);
+            return FinishOpen(irp,
+                              OpenBus(IoGetCurrentIrpStackLocation(irp)->Parameters.Create.SecurityContext));
         case DeviceKind::kVcom:
-            return OpenVcom(device, irp);
+            return FinishOpen(irp, {OpenVcom(device), false});
         case DeviceKind::kControl:
             break;
     }
@@ -43,21 +67,26 @@ NTSTATUS NTAPI DispatchCreate(DEVICE_OBJECT* device, IRP* irp) {
 }
 
 NTSTATUS NTAPI DispatchClose(DEVICE_OBJECT* device, IRP* irp) {
-    if (ExtensionOf(device).kind == DeviceKind::kVcom) return CloseVcom(device, irp);
+    if (ExtensionOf(device).kind == DeviceKind::kVcom && RefusalOf(irp) == STATUS_SUCCESS) CloseVcom(device);
     return CompleteIrp(irp, STATUS_SUCCESS);
 }
 
 NTSTATUS NTAPI DispatchRead(DEVICE_OBJECT* device, IRP* irp) {
+    if (RefusalOf(irp) != STATUS_SUCCESS) return CompleteIrp(irp, RefusalOf(irp));
     if (ExtensionOf(device).kind == DeviceKind::kVcom) return ReadVcom(device, irp);
     return CompleteIrp(irp, STATUS_INVALID_DEVICE_REQUEST);
 }
 
 NTSTATUS NTAPI DispatchWrite(DEVICE_OBJECT* device, IRP* irp) {
+    if (RefusalOf(irp) != STATUS_SUCCESS) return CompleteIrp(irp, RefusalOf(irp));
     if (ExtensionOf(device).kind == DeviceKind::kVcom) return WriteVcom(device, irp);
     return CompleteIrp(irp, STATUS_INVALID_DEVICE_REQUEST);
 }
 
 NTSTATUS NTAPI DispatchDeviceControl(DEVICE_OBJECT* device, IRP* irp) {
+    if (RefusalOf(irp) != STATUS_SUCCESS) return CompleteIrp(irp, RefusalOf(irp));
+    const ULONG code = IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode;
+    if (code == kSimQueryOpened || code == kSimQueryOpenedForWriting) return CompleteIrp(irp, STATUS_SUCCESS);
     switch (ExtensionOf(device).kind) {
         case DeviceKind::kBus:
             return HandleBusRequest(device, irp);

@@ -9,6 +9,9 @@ using KeyPath = TextBuilder<kKeyPathChars>;
 
 constexpr wchar_t kMachine[] = L"\\Registry\\Machine\\";
 constexpr wchar_t kEnum[] = L"\\Registry\\Machine\\System\\CurrentControlSet\\Enum\\";
+constexpr wchar_t kVcomNodes[] = L"QRV_VBUS\\Qrv_vcom";
+constexpr wchar_t kUsbNodes[] = L"USB";
+constexpr wchar_t kSimulatedHardwareId[] = L"USB\\QRV_TAVIX_SIMULATED";
 constexpr wchar_t kHardwareKey[] = L"\\Device Parameters";
 
 OBJECT_ATTRIBUTES AttributesOf(UNICODE_STRING& path) {
@@ -55,6 +58,85 @@ void SetDword(const KernelHandleOwner& key, const wchar_t* valueName, uint32_t n
 
 void SetQword(const KernelHandleOwner& key, const wchar_t* valueName, uint64_t number) {
     SetValue(key, valueName, REG_QWORD, &number, sizeof(number));
+}
+
+// Calls for the name of each subkey. The visitor returns true when it has deleted the key.
+template <typename Visitor>
+void ForEachSubkey(const KernelHandleOwner& key, Visitor visit) {
+    constexpr size_t nameBytes = kSimIdChars * sizeof(wchar_t);
+    alignas(KEY_BASIC_INFORMATION) uint8_t buffer[sizeof(KEY_BASIC_INFORMATION) + nameBytes];
+    for (ULONG index = 0;;) {
+        ULONG needed = 0;
+        const NTSTATUS status =
+            ZwEnumerateKey(key.handle, index, KeyBasicInformation, buffer, sizeof(buffer), &needed);
+        if (status == STATUS_NO_MORE_ENTRIES || (!NT_SUCCESS(status) && status != STATUS_BUFFER_OVERFLOW))
+            return;
+        const auto* info = reinterpret_cast<const KEY_BASIC_INFORMATION*>(buffer);
+        const bool isDeleted = NT_SUCCESS(status) && visit(info->Name, info->NameLength / sizeof(wchar_t));
+        if (!isDeleted) ++index;
+    }
+}
+
+// The list of hardware IDs of a node of ours ends with the one that the package knows.
+bool IsSimulatedUsbNode(KeyPath& path) {
+    KernelHandleOwner node;
+    if (!OpenKey(path, node)) return false;
+    UNICODE_STRING valueName;
+    RtlInitUnicodeString(&valueName, L"HardwareID");
+    constexpr size_t listBytes = 256 * sizeof(wchar_t);
+    alignas(KEY_VALUE_PARTIAL_INFORMATION) uint8_t buffer[sizeof(KEY_VALUE_PARTIAL_INFORMATION) + listBytes];
+    ULONG needed = 0;
+    if (!NT_SUCCESS(ZwQueryValueKey(node.handle, &valueName, KeyValuePartialInformation, buffer,
+                                    sizeof(buffer), &needed)))
+        return false;
+    const auto* value = reinterpret_cast<const KEY_VALUE_PARTIAL_INFORMATION*>(buffer);
+    const auto* ids = reinterpret_cast<const wchar_t*>(value->Data);
+    const size_t idsChars = value->DataLength / sizeof(wchar_t);
+    constexpr size_t wantedChars = sizeof(kSimulatedHardwareId) / sizeof(wchar_t) - 1;
+    for (size_t i = 0; i + wantedChars <= idsChars; ++i)
+        if (IsSameText(ids + i, wantedChars, kSimulatedHardwareId, wantedChars)) return true;
+    return false;
+}
+
+void StoreVcomNodesAbsent() {
+    KeyPath path;
+    path.Add(kEnum).Add(kVcomNodes);
+    KernelHandleOwner nodes;
+    if (!OpenKey(path, nodes)) return;
+    ForEachSubkey(nodes, [](const wchar_t* name, size_t nameChars) {
+        TextBuilder<kSimIdChars> id;
+        id.Add(kVcomNodes).Add(L"\\").Add(name, nameChars);
+        StorePresence(id.get(), id.capacity(), false, 0);
+        return false;
+    });
+}
+
+void StoreUsbNodesAbsent() {
+    KeyPath path;
+    path.Add(kEnum).Add(kUsbNodes);
+    KernelHandleOwner types;
+    if (!OpenKey(path, types)) return;
+    ForEachSubkey(types, [](const wchar_t* type, size_t typeChars) {
+        TextBuilder<kSimIdChars> typeId;
+        typeId.Add(kUsbNodes).Add(L"\\").Add(type, typeChars);
+        KeyPath typePath;
+        typePath.Add(kEnum).Add(typeId.get(), typeId.capacity());
+        KernelHandleOwner devices;
+        if (!OpenKey(typePath, devices)) return false;
+        ForEachSubkey(devices, [&typeId](const wchar_t* serial, size_t serialChars) {
+            TextBuilder<kSimIdChars> id;
+            id.Add(typeId.get(), typeId.capacity()).Add(L"\\").Add(serial, serialChars);
+            KeyPath nodePath;
+            nodePath.Add(kEnum).Add(id.get(), id.capacity());
+            if (IsSimulatedUsbNode(nodePath)) StorePresence(id.get(), id.capacity(), false, 0);
+            return false;
+        });
+        return false;
+    });
+}
+
+bool BeginsWith(const wchar_t* text, size_t textChars, const wchar_t* prefix, size_t prefixChars) {
+    return textChars >= prefixChars && IsSameText(text, prefixChars, prefix, prefixChars);
 }
 
 }  // namespace
@@ -133,6 +215,30 @@ void StoreVcomPresence(const SimDevice& device, bool present) {
     wchar_t vcomId[kSimIdChars];
     VcomInstanceId(device, vcomId);
     StorePresence(vcomId, kSimIdChars, present, 0);
+}
+
+void StoreEarlierNodesAbsent() {
+    StoreVcomNodesAbsent();
+    StoreUsbNodesAbsent();
+}
+
+void ResetPresence() {
+    KeyPath path;
+    path.Add(kMachine).Add(kSimNodesKey);
+    KernelHandleOwner nodes;
+    if (!OpenKey(path, nodes)) return;
+    ForEachSubkey(nodes, [&path](const wchar_t* name, size_t nameChars) {
+        KeyPath nodePath;
+        nodePath.Add(path.get(), path.capacity()).Add(L"\\").Add(name, nameChars);
+        KernelHandleOwner node;
+        if (!OpenKey(nodePath, node)) return false;
+        if (BeginsWith(name, nameChars, L"USB#", 4) || BeginsWith(name, nameChars, L"QRV_VBUS#", 9)) {
+            SetDword(node, kSimNodePresentValue, 0);
+            SetDword(node, kSimNodeProblemValue, 0);
+            return false;
+        }
+        return NT_SUCCESS(ZwDeleteKey(node.handle));
+    });
 }
 
 bool IsPortInComDatabase(uint32_t portNumber) {

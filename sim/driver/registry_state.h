@@ -20,5 +20,11 @@ void StoreVcomNames(const SimDevice& device);
 void StorePresence(const wchar_t* instanceId, size_t idChars, bool present, uint32_t problem);
 void StoreVcomPresence(const SimDevice& device, bool present);
 
+// After loading: device nodes of earlier sessions are known to the system but not there.
+void StoreEarlierNodesAbsent();
+
+// After a reset: the simulated nodes are absent, and what was declared about others is forgotten.
+void ResetPresence();
+
 // True when the COM database marks the port as taken.
 bool IsPortInComDatabase(uint32_t portNumber);

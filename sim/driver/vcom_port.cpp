@@ -97,32 +97,22 @@ NTSTATUS HandleVcomPnp(DEVICE_OBJECT* device, IRP* irp) {
     return CompleteIrp(irp, status, irp->IoStatus.Information);
 }
 
-NTSTATUS OpenVcom(DEVICE_OBJECT* device, IRP* irp) {
-    NTSTATUS status = STATUS_SUCCESS;
-    {
-        ModelLock lock;
-        VcomExtension& extension = VcomExtensionOf(device);
-        const SimDevice* owner = DeviceOfVcom(device);
-        if (owner == nullptr) {
-            status = STATUS_DEVICE_NOT_CONNECTED;
-        } else if (extension.openCount != 0 || owner->declaredOpenerPid != 0) {
-            status = STATUS_ACCESS_DENIED;
-        } else {
-            ++extension.openCount;
-            extension.openerPid = static_cast<uint32_t>(reinterpret_cast<ULONG_PTR>(PsGetCurrentProcessId()));
-        }
-    }
-    return CompleteIrp(irp, status);
+NTSTATUS OpenVcom(DEVICE_OBJECT* device) {
+    ModelLock lock;
+    VcomExtension& extension = VcomExtensionOf(device);
+    const SimDevice* owner = DeviceOfVcom(device);
+    if (owner == nullptr) return STATUS_DEVICE_NOT_CONNECTED;
+    if (extension.openCount != 0 || owner->declaredOpenerPid != 0) return STATUS_ACCESS_DENIED;
+    ++extension.openCount;
+    extension.openerPid = static_cast<uint32_t>(reinterpret_cast<ULONG_PTR>(PsGetCurrentProcessId()));
+    return STATUS_SUCCESS;
 }
 
-NTSTATUS CloseVcom(DEVICE_OBJECT* device, IRP* irp) {
-    {
-        ModelLock lock;
-        VcomExtension& extension = VcomExtensionOf(device);
-        if (extension.openCount != 0) --extension.openCount;
-        if (extension.openCount == 0) extension.openerPid = 0;
-    }
-    return CompleteIrp(irp, STATUS_SUCCESS);
+void CloseVcom(DEVICE_OBJECT* device) {
+    ModelLock lock;
+    VcomExtension& extension = VcomExtensionOf(device);
+    if (extension.openCount != 0) --extension.openCount;
+    if (extension.openCount == 0) extension.openerPid = 0;
 }
 
 NTSTATUS ReadVcom(DEVICE_OBJECT*, IRP* irp) {

@@ -4,8 +4,9 @@
 #include "sim/driver/extension.h"
 
 NTSTATUS HandleVcomPnp(DEVICE_OBJECT* device, IRP* irp);
-NTSTATUS OpenVcom(DEVICE_OBJECT* device, IRP* irp);
-NTSTATUS CloseVcom(DEVICE_OBJECT* device, IRP* irp);
+// One opener at a time.
+NTSTATUS OpenVcom(DEVICE_OBJECT* device);
+void CloseVcom(DEVICE_OBJECT* device);
 // Reads find no data; writes are taken whole and counted as sent.
 NTSTATUS ReadVcom(DEVICE_OBJECT* device, IRP* irp);
 NTSTATUS WriteVcom(DEVICE_OBJECT* device, IRP* irp);

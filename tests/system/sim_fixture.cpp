@@ -5,9 +5,27 @@
 
 #include <setupapi.h>
 
+#include "sim/client/refused_open.h"
+
 namespace {
 
-bool g_busWasThere;
+class InstalledBus : public testing::Environment {
+  public:
+    void SetUp() override {
+        wasThere_ = NodeExists(L"ROOT\\QRV_VBUS\\0000");
+        ASSERT_EQ(InstallPackage(TAVIX_PACKAGE_DIR), ERROR_SUCCESS);
+        ASSERT_EQ(InstallVbus(), ERROR_SUCCESS);
+    }
+    void TearDown() override {
+        if (!wasThere_) RemoveVbus();
+    }
+
+  private:
+    bool wasThere_ = false;
+};
+
+[[maybe_unused]] const testing::Environment* const g_environment =
+    testing::AddGlobalTestEnvironment(new InstalledBus);
 
 GUID BusInterfaceClass() {
     GUID guid;
@@ -32,16 +50,6 @@ std::wstring BusInterfacePath() {
 
 }  // namespace
 
-void SimulatedBusTest::SetUpTestSuite() {
-    g_busWasThere = NodeExists(L"ROOT\\QRV_VBUS\\0000");
-    ASSERT_EQ(InstallPackage(TAVIX_PACKAGE_DIR), ERROR_SUCCESS);
-    ASSERT_EQ(InstallVbus(), ERROR_SUCCESS);
-}
-
-void SimulatedBusTest::TearDownTestSuite() {
-    if (!g_busWasThere) RemoveVbus();
-}
-
 void SimulatedBusTest::SetUp() {
     ASSERT_EQ(driver_.Connect(5000), ERROR_SUCCESS);
     ASSERT_EQ(driver_.Reset(), ERROR_SUCCESS);
@@ -59,8 +67,8 @@ FileHandle SimulatedBusTest::OpenBus(DWORD access) {
         SetLastError(ERROR_NOT_READY);
         return FileHandle();
     }
-    return FileHandle(CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  OPEN_EXISTING, 0, nullptr));
+    return FileHandle(CreateFileHearingRefusal(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                               nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
 DWORD SimulatedBusTest::Request(const FileHandle& bus, uint32_t code, const void* input, DWORD inputBytes,

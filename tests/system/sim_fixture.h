@@ -1,4 +1,5 @@
-// The simulated bus, running and in its initial state before and after each test.
+// The simulated bus, running and in its initial state before and after each test. It is installed before the
+// first test of the program and removed after the last one, unless it was there before.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,8 +8,6 @@
 
 class SimulatedBusTest : public testing::Test {
   protected:
-    static void SetUpTestSuite();
-    static void TearDownTestSuite();
     void SetUp() override;
     void TearDown() override;
 

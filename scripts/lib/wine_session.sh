@@ -3,7 +3,7 @@
 
 wine=/usr/lib/wine/wine64
 wineserver=/usr/lib/wine/wineserver64
-session_dir=$root/build/wine
+session_dir=${TAVIX_SESSION_DIR:-$root/build/wine}
 export WINEPREFIX=$session_dir/prefix WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml='
 prefix_version=2  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
 x_server_pid= guard_pid= child_pid=

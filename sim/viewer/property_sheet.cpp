@@ -53,7 +53,6 @@ void CALLBACK OnCloseTimer(HWND, UINT, UINT_PTR timer, DWORD) {
 void CALLBACK OnPictureTimer(HWND, UINT, UINT_PTR timer, DWORD) {
     KillTimer(nullptr, timer);
     if (!openSheet) return;
-    SendMessageW(openSheet->window, WM_NCACTIVATE, TRUE, 0);  // Wine leaves the first caption grey
     RedrawWindow(openSheet->window, nullptr, nullptr, RDW_ALLCHILDREN | RDW_UPDATENOW);
     GdiFlush();
     openSheet->pictureSaved = SaveWindowPicture(openSheet->window, openSheet->request->picturePath);
@@ -74,6 +73,11 @@ int CALLBACK SheetCallback(HWND sheet, UINT message, LPARAM) {
 }
 
 SheetResult RunSheet(const SheetRequest& request, const std::wstring& name, PageList& list, UINT firstPage) {
+    // Under Wine the first window of a process is never drawn as the active one; this one comes before the
+    // sheet.
+    const OwnedWindow firstWindow(
+        CreateWindowExW(0, L"STATIC", nullptr, WS_POPUP, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr));
+    SetForegroundWindow(firstWindow.get());
     OpenSheet state;
     state.request = &request;
     openSheet = &state;

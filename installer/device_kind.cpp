@@ -2,45 +2,32 @@
 
 #include <array>
 #include <cstddef>
+#include <string_view>
 
-#include <shlwapi.h>
+#include "base/bounded_text.h"
 
 namespace {
 
 constexpr DWORD kInstanceIdChars = 260;
 constexpr size_t kServiceNameChars = 40;
-constexpr wchar_t kServiceName[] = L"Qrv_tavix";
+constexpr std::wstring_view kServiceName = L"Qrv_tavix";
 
-bool BeginsWith(const wchar_t* text, const wchar_t* pattern) noexcept {
-    return StrStrIW(text, pattern) == text;
-}
-
-// Independent of the user's locale, in which an i need not be the lower case of I.
-constexpr wchar_t AsciiLower(wchar_t c) noexcept {
-    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
-}
-
-bool EqualsIgnoringAsciiCase(const wchar_t* left, const wchar_t* right) noexcept {
-    while (*left != L'\0' && AsciiLower(*left) == AsciiLower(*right)) {
-        ++left;
-        ++right;
-    }
-    return AsciiLower(*left) == AsciiLower(*right);
+// Comparing as ASCII is independent of the user's locale, in which an i need not be the lower case of I.
+bool BeginsWith(std::wstring_view text, std::wstring_view pattern) noexcept {
+    return EqualsIgnoringCase(text.substr(0, pattern.size()), pattern);
 }
 
 bool HasOurService(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData) noexcept {
-    // The registry may hold a name without a terminator that fills all that is asked for; one more character
-    // ends it.
-    wchar_t service[kServiceNameChars + 1] = {};
+    wchar_t service[kServiceNameChars] = {};
     if (!SetupDiGetDeviceRegistryPropertyW(deviceInfoSet, deviceInfoData, SPDRP_SERVICE, nullptr,
-                                           reinterpret_cast<BYTE*>(service),
-                                           kServiceNameChars * sizeof(wchar_t), nullptr))
+                                           reinterpret_cast<BYTE*>(service), sizeof(service), nullptr))
         return false;
-    return EqualsIgnoringAsciiCase(service, kServiceName);
+    // The registry may hold a name without a terminator.
+    return EqualsIgnoringCase(BoundedText(service), kServiceName);
 }
 
 struct KindRule {
-    const wchar_t* prefix;
+    std::wstring_view prefix;
     DeviceKind kind;
     bool needsOurService;  // without it the node is none of ours, whatever rules follow
 };
@@ -101,11 +88,11 @@ static_assert(kDifNames.size() == DIF_POWERMESSAGEWAKE + 1);
 }  // namespace
 
 DeviceKind ClassifyDevice(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData) noexcept {
-    wchar_t id[kInstanceIdChars + 1] = {};
-    if (!SetupDiGetDeviceInstanceIdW(deviceInfoSet, deviceInfoData, id, kInstanceIdChars, nullptr))
+    wchar_t buffer[kInstanceIdChars] = {};
+    if (!SetupDiGetDeviceInstanceIdW(deviceInfoSet, deviceInfoData, buffer, kInstanceIdChars, nullptr))
         return DeviceKind::Unkn;
-    id[kInstanceIdChars] = L'\0';
-    CharUpperBuffW(id, static_cast<DWORD>(lstrlenW(id)));
+    const std::wstring_view id = BoundedText(buffer);
+    CharUpperBuffW(buffer, static_cast<DWORD>(id.size()));
     for (const KindRule& rule : kRules) {
         if (!BeginsWith(id, rule.prefix)) continue;
         if (rule.needsOurService && !HasOurService(deviceInfoSet, deviceInfoData)) return DeviceKind::Unkn;

@@ -25,14 +25,17 @@ start_display() {
     export DISPLAY=:$number
 }
 
-# Crashes end a process at once instead of opening a dialog; the virtual desktop gives windows captions and
-# spares the two seconds that each closing takes without a window manager.
+# Crashes end a process at once instead of opening a dialog. On our own display, which has no window manager, the
+# virtual desktop gives windows captions and spares the two seconds that each closing takes.
 write_prefix_settings() {
     cat >"$session_dir/settings.reg" <<'REG'
 REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\WineDbg]
 "ShowCrashDialog"=dword:00000000
+REG
+    if [ -n "$x_server_pid" ]; then
+        cat >>"$session_dir/settings.reg" <<'REG'
 
 [HKEY_CURRENT_USER\Software\Wine\Explorer]
 "Desktop"="Default"
@@ -40,6 +43,7 @@ REGEDIT4
 [HKEY_CURRENT_USER\Software\Wine\Explorer\Desktops]
 "Default"="1280x1024"
 REG
+    fi
     quiet_wine regedit /S "$session_dir/settings.reg"
 }
 

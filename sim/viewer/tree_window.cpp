@@ -1,16 +1,15 @@
 #include "sim/viewer/tree_window.h"
 
-#include <map>
 #include <vector>
 
 #include <commctrl.h>
-#include <dbt.h>
 #include <windowsx.h>
 
 #include "base/win32_handle.h"
 #include "sim/viewer/device_nodes.h"
 #include "sim/viewer/device_tree.h"
 #include "sim/viewer/property_sheet.h"
+#include "sim/viewer/registry_watch.h"
 #include "sim/viewer/viewer_resources.h"
 #include "sim/viewer/window_picture.h"
 
@@ -41,6 +40,7 @@ class TreeWindow {
     bool Run();
 
   private:
+    void RunMessageLoop(HACCEL keys);
     static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
     bool OnCreate();
@@ -62,7 +62,8 @@ class TreeWindow {
     bool showHidden_;
     HWND window_ = nullptr;
     HWND tree_ = nullptr;
-    HDEVNOTIFY notification_ = nullptr;
+    RegistryWatch nodesWatch_{L"SYSTEM\\CurrentControlSet\\Enum"};
+    RegistryWatch presenceWatch_{L"SOFTWARE\\TavixSimulator\\Nodes"};
     std::vector<DeviceNode> nodes_;
     std::vector<TreeLine> lines_;
     bool pictureSaved_ = false;
@@ -87,14 +88,27 @@ bool TreeWindow::Run() {
     SetForegroundWindow(window_);
     if (!request_.picturePath.empty()) SetTimer(window_, kPictureTimer, kPictureDelayMilliseconds, nullptr);
 
-    const HACCEL keys = LoadAcceleratorsW(instance, MAKEINTRESOURCEW(IDR_TREE_KEYS));
-    MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
-        if (TranslateAcceleratorW(window_, keys, &message)) continue;
-        TranslateMessage(&message);
-        DispatchMessageW(&message);
-    }
+    RunMessageLoop(LoadAcceleratorsW(instance, MAKEINTRESOURCEW(IDR_TREE_KEYS)));
     return request_.picturePath.empty() || pictureSaved_;
+}
+
+// Messages, and between them the changes of device nodes.
+void TreeWindow::RunMessageLoop(HACCEL keys) {
+    const HANDLE changes[] = {nodesWatch_.event(), presenceWatch_.event()};
+    for (;;) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+            if (message.message == WM_QUIT) return;
+            if (TranslateAcceleratorW(window_, keys, &message)) continue;
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+        const DWORD reason =
+            MsgWaitForMultipleObjectsEx(2, changes, INFINITE, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
+        if (reason >= WAIT_OBJECT_0 + 2) continue;
+        (reason == WAIT_OBJECT_0 ? nodesWatch_ : presenceWatch_).Arm();
+        SetTimer(window_, kRefreshTimer, kRefreshDelayMilliseconds, nullptr);
+    }
 }
 
 LRESULT CALLBACK TreeWindow::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -132,7 +146,6 @@ LRESULT TreeWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
             OpenSelectedSheet();
             return 0;
         case WM_DESTROY:
-            UnregisterDeviceNotification(notification_);
             PostQuitMessage(0);
             return 0;
         default:
@@ -146,11 +159,6 @@ bool TreeWindow::OnCreate() {
                                 TVS_LINESATROOT | TVS_SHOWSELALWAYS,
                             0, 0, 0, 0, window_, nullptr, GetModuleHandleW(nullptr), nullptr);
     if (!tree_) return false;
-    DEV_BROADCAST_DEVICEINTERFACE_W filter{};
-    filter.dbcc_size = sizeof filter;
-    filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
-    notification_ = RegisterDeviceNotificationW(
-        window_, &filter, DEVICE_NOTIFY_WINDOW_HANDLE | DEVICE_NOTIFY_ALL_INTERFACE_CLASSES);
     Refresh();
     UpdateMenu();
     return true;
@@ -222,6 +230,7 @@ void TreeWindow::OnTimer(UINT_PTR timer) {
 }
 
 void TreeWindow::Refresh() {
+    if (!presenceWatch_.IsArmed()) presenceWatch_.Arm();  // the simulator's key comes with its first device
     nodes_ = EnumerateDeviceNodes();
     const TreeLine* selected = SelectedLine();
     const std::wstring selectedId = selected ? selected->instanceId : std::wstring();

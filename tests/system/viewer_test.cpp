@@ -1,0 +1,125 @@
+// The device viewer as its user meets it, from outside its process, and the launcher that starts it.
+#include <string>
+
+#include "base/windows_api.h"
+
+#include <commctrl.h>
+
+#include "tests/support/wait_until.h"
+#include "tests/system/package_fixture.h"
+
+namespace {
+
+std::wstring SystemFolder() {
+    wchar_t folder[MAX_PATH] = {};
+    GetSystemDirectoryW(folder, MAX_PATH);
+    return folder;
+}
+
+HWND WaitForSheet(const std::wstring& title) {
+    HWND sheet = nullptr;
+    EXPECT_TRUE(WaitUntil("the sheet to open", [&] {
+        sheet = FindWindowW(L"#32770", title.c_str());
+        return sheet && IsWindowVisible(sheet);
+    }));
+    return sheet;
+}
+
+void CloseSheet(HWND sheet) {
+    PostMessageW(sheet, WM_COMMAND, IDCANCEL, 0);
+    EXPECT_TRUE(WaitUntil("the sheet to close", [&] { return !IsWindow(sheet); }));
+}
+
+// A running viewer with its tree; ended with its scope.
+class RunningViewer {
+  public:
+    RunningViewer() {
+        const std::wstring program = SystemFolder() + L"\\device_viewer.exe";
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION information{};
+        if (!CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                            &information)) {
+            ADD_FAILURE() << "the viewer did not start, error " << GetLastError();
+            return;
+        }
+        CloseHandle(information.hThread);
+        process_.reset(information.hProcess);
+        EXPECT_TRUE(WaitUntil("the viewer's window", [&] {
+            window_ = FindWindowW(L"TavixDeviceViewer", nullptr);
+            return window_ && IsWindowVisible(window_);
+        }));
+        tree_ = FindWindowExW(window_, nullptr, WC_TREEVIEWW, nullptr);
+    }
+    ~RunningViewer() {
+        PostMessageW(window_, WM_CLOSE, 0, 0);
+        if (process_ && WaitForSingleObject(process_.get(), 10000) == WAIT_OBJECT_0) return;
+        ADD_FAILURE() << "the viewer did not end";
+        TerminateProcess(process_.get(), 1);
+    }
+    RunningViewer(const RunningViewer&) = delete;
+    RunningViewer& operator=(const RunningViewer&) = delete;
+
+    HWND window() const { return window_; }
+    HWND tree() const { return tree_; }
+    LRESULT Lines() const { return SendMessageW(tree_, TVM_GETCOUNT, 0, 0); }
+
+    // The first device below the last class, which is that of USB devices.
+    void SelectFirstDeviceOfLastClass() const {
+        LRESULT item = Next(TVGN_CHILD, Next(TVGN_ROOT, 0));
+        for (LRESULT next = item; next; next = Next(TVGN_NEXT, item))
+            item = next;
+        SendMessageW(tree_, TVM_SELECTITEM, TVGN_CARET, Next(TVGN_CHILD, item));
+    }
+
+  private:
+    LRESULT Next(WPARAM relation, LRESULT item) const {
+        return SendMessageW(tree_, TVM_GETNEXTITEM, relation, item);
+    }
+    KernelHandle process_;
+    HWND window_ = nullptr;
+    HWND tree_ = nullptr;
+};
+
+class ViewerTest : public PackageTest {};
+
+TEST_F(ViewerTest, TheTreeFollowsADeviceThatIsPluggedIn) {
+    Plug(first);
+    const RunningViewer viewer;
+    const LRESULT before = viewer.Lines();
+    Plug(second);
+    // One line for the device, one for its port.
+    EXPECT_TRUE(WaitUntil("the tree to grow", [&] { return viewer.Lines() == before + 2; }));
+}
+
+TEST_F(ViewerTest, EnterOpensTheSheetOfTheSelectedDevice) {
+    Plug(first);
+    const RunningViewer viewer;
+    viewer.SelectFirstDeviceOfLastClass();
+    PostMessageW(viewer.tree(), WM_KEYDOWN, VK_RETURN, 0);
+    CloseSheet(WaitForSheet(L"First scanner Properties"));
+}
+
+TEST_F(ViewerTest, ADoubleClickOpensTheSheetToo) {
+    Plug(first);
+    const RunningViewer viewer;
+    viewer.SelectFirstDeviceOfLastClass();
+    // The line stands last of those that are all expanded.
+    const auto height = static_cast<int>(SendMessageW(viewer.tree(), TVM_GETITEMHEIGHT, 0, 0));
+    const int y = (static_cast<int>(viewer.Lines()) - 1) * height + height / 2;
+    PostMessageW(viewer.tree(), WM_LBUTTONDBLCLK, MK_LBUTTON, MAKELPARAM(80, y));
+    CloseSheet(WaitForSheet(L"First scanner Properties"));
+}
+
+TEST_F(ViewerTest, TheLauncherOfDevicePropertiesOpensASheet) {
+    Plug(first);
+    const LoadedLibrary library(LoadLibraryW((SystemFolder() + L"\\devmgr.dll").c_str()));
+    ASSERT_TRUE(library) << "error " << GetLastError();
+    using Launcher = void WINAPI(HWND, HINSTANCE, const wchar_t*, int);
+    auto* launch = reinterpret_cast<Launcher*>(GetProcAddress(library.get(), "DeviceProperties_RunDLLW"));
+    ASSERT_NE(launch, nullptr);
+    launch(nullptr, nullptr, (L"/DeviceID " + first.InstanceId()).c_str(), SW_SHOWNORMAL);
+    CloseSheet(WaitForSheet(L"First scanner Properties"));
+}
+
+}  // namespace

@@ -1,6 +1,6 @@
 #include "base/wide_text.h"
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 #include <bit>
 #include <cstring>
@@ -13,6 +13,34 @@ namespace {
 unsigned MatchesInBlock(uintptr_t block, __m128i pattern) {
     const __m128i units = _mm_load_si128(reinterpret_cast<const __m128i*>(block));
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(units, pattern)));
+}
+
+// From a border of kStride bytes on: the first stride that holds a match, or one at the end or behind it.
+// Long texts spend their time here.
+constexpr uintptr_t kStride = 128;
+
+uintptr_t SkipStrides(uintptr_t block, uintptr_t end, __m128i pattern) {
+    for (; block < end; block += kStride) {
+        const __m128i* const units = reinterpret_cast<const __m128i*>(block);
+        __m128i matches = _mm_cmpeq_epi16(_mm_load_si128(units), pattern);
+        for (int i = 1; i < 8; ++i)
+            matches = _mm_or_si128(matches, _mm_cmpeq_epi16(_mm_load_si128(units + i), pattern));
+        if (_mm_movemask_epi8(matches) != 0) break;
+    }
+    return block;
+}
+
+// The same with registers of twice the width, for processors that have them.
+__attribute__((target("avx2"))) uintptr_t SkipStridesAvx2(uintptr_t block, uintptr_t end, wchar_t wanted) {
+    const __m256i pattern = _mm256_set1_epi16(static_cast<short>(wanted));
+    for (; block < end; block += kStride) {
+        const __m256i* const units = reinterpret_cast<const __m256i*>(block);
+        __m256i matches = _mm256_cmpeq_epi16(_mm256_load_si256(units), pattern);
+        for (int i = 1; i < 4; ++i)
+            matches = _mm256_or_si256(matches, _mm256_cmpeq_epi16(_mm256_load_si256(units + i), pattern));
+        if (_mm256_movemask_epi8(matches) != 0) break;
+    }
+    return block;
 }
 
 // For text at an odd address, whose characters straddle the blocks.
@@ -46,6 +74,10 @@ const wchar_t* FindChar(const wchar_t* text, int32_t maxChars, wchar_t wanted) {
     unsigned matches = MatchesInBlock(block, pattern) & (~0u << (start - block));
     while (matches == 0) {
         block += 16;
+        if (block % kStride == 0) {
+            block = __builtin_cpu_supports("avx2") ? SkipStridesAvx2(block, end, wanted)
+                                                   : SkipStrides(block, end, pattern);
+        }
         if (block >= end) return nullptr;
         matches = MatchesInBlock(block, pattern);
     }

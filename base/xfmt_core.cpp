@@ -1,6 +1,6 @@
 // The engine's course through a format: literal text, directives, the end of a call.
 #include "base/wide_text.h"
-#include "base/xfmt_internal.h"
+#include "base/xfmt_emit.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ void BeginCall(XfmtCall& call, const XfmtOutput& context, const wchar_t* format)
     call.info.stock = context.pos;
     call.room = context.buf != nullptr && context.cap > 0 ? context.cap : 0;
     call.overflowed = false;
-    call.traced = !context.quiet && XfmtHasTraceHook();
+    call.traced = !context.quiet && xfmtTraceHook != nullptr;
     call.observed = call.traced || context.sink != nullptr;
     call.traceStarted = false;
     call.separator = nullptr;
@@ -61,11 +61,7 @@ void PrintText(XfmtCall& call) {
     const wchar_t* text = XfmtTakeText(call);
     if (text == nullptr) text = L"";
     const int32_t maxChars = call.info.precision_given ? call.info.precision : INT32_MAX;
-    if (call.info.width == 0) {
-        XfmtEmitText(call, text, maxChars);
-    } else {
-        XfmtEmitField(call, text, TextLength(text, maxChars), 0, call.flags.zero);
-    }
+    XfmtEmitField(call, text, TextLength(text, maxChars), 0, call.flags.zero);
 }
 
 void PrintRepeated(XfmtCall& call) {

@@ -7,6 +7,12 @@ bool IsDigit(wchar_t c) {
     return c >= L'0' && c <= L'9';
 }
 
+// Most directives are "%s" or "%d": everything that may stand in front of a conversion is 'h', 'l' or no
+// letter.
+bool IsBareConversion(wchar_t c) {
+    return c >= L'A' && c <= L'z' && c != L'h' && c != L'l';
+}
+
 const wchar_t* ParseFlags(XfmtFlags& flags, const wchar_t* at) {
     for (;; ++at) {
         switch (*at) {
@@ -94,10 +100,13 @@ const wchar_t* XfmtParseDirective(XfmtCall& call, const wchar_t* percent) {
     info.arg_bytes = 0;
     info.arg_raw = 0;
 
-    const wchar_t* at = ParseFlags(call.flags, percent + 1);
-    at = ParseWidth(call, at);
-    at = ParsePrecision(call, at);
-    at = ParseLength(call.flags, at);
+    const wchar_t* at = percent + 1;
+    if (!IsBareConversion(*at)) {
+        at = ParseFlags(call.flags, at);
+        at = ParseWidth(call, at);
+        at = ParsePrecision(call, at);
+        at = ParseLength(call.flags, at);
+    }
     call.conversion = *at;
     if (*at != 0) ++at;
     info.format_pos = static_cast<int32_t>(percent - info.format);

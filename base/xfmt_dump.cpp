@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "base/wide_text.h"
-#include "base/xfmt_internal.h"
+#include "base/xfmt_emit.h"
 
 namespace {
 
@@ -94,22 +94,31 @@ void EmitRuler(XfmtCall& call, const DumpPlan& plan) {
     EmitNewline(call);
 }
 
-void EmitCells(XfmtCall& call, const DumpPlan& plan, const uint8_t* bytes, int64_t count) {
-    const XfmtDumpSettings& dump = call.dump;
-    wchar_t cell[kCellChars];
-    wchar_t* const digits = cell + dump.frameBeforeChars;
-    wchar_t* const behind = digits + 2;
-    memcpy(cell, dump.frameBefore, sizeof(dump.frameBefore));
-    memcpy(behind, dump.frameBehind, sizeof(dump.frameBehind));
-    memcpy(behind + dump.frameBehindChars, dump.separator, sizeof(dump.separator));
+// One byte with its frame and the separator behind it.
+void PutCell(wchar_t* out, const XfmtDumpSettings& dump, uint8_t byte, bool upper) {
+    const auto put = [&out](const wchar_t* text, int32_t count) {
+        for (int32_t i = 0; i < count; ++i)
+            *out++ = text[i];
+    };
+    put(dump.frameBefore, dump.frameBeforeChars);
+    PutHexByte(out, byte, upper);
+    out += 2;
+    put(dump.frameBehind, dump.frameBehindChars);
+    put(dump.separator, dump.separatorChars);
+}
 
-    for (; count > 1; --count) {
+void EmitCells(XfmtCall& call, const DumpPlan& plan, const uint8_t* bytes, int64_t count) {
+    for (; count > 0; --count) {
         if (XfmtOnlyCounts(call)) return XfmtCount(call, count * plan.cellChars - plan.separatorChars);
-        PutHexByte(digits, *bytes++, plan.upper);
-        XfmtEmit(call, cell, plan.cellChars);
+        if (wchar_t* const place = XfmtPlaceFor(call, plan.cellChars); place != nullptr && count > 1) {
+            PutCell(place, call.dump, *bytes++, plan.upper);
+            XfmtCount(call, plan.cellChars);
+        } else {
+            wchar_t cell[kCellChars];
+            PutCell(cell, call.dump, *bytes++, plan.upper);
+            XfmtEmit(call, cell, plan.cellChars - (count > 1 ? 0 : plan.separatorChars));
+        }
     }
-    if (!XfmtOnlyCounts(call)) PutHexByte(digits, *bytes, plan.upper);
-    XfmtEmit(call, cell, plan.cellChars - plan.separatorChars);
 }
 
 void EmitRowHead(XfmtCall& call, const DumpPlan& plan, uint64_t address, int32_t blankCells) {

@@ -98,19 +98,15 @@ inline const wchar_t* XfmtTakeText(XfmtCall& call) {
     return XfmtTakePointer<const wchar_t>(call);
 }
 
-// --- xfmt_output.cpp
+// --- xfmt_output.cpp; XfmtEmit itself stands in xfmt_emit.h
 
-// One piece of output: traced, handed to the sink, stored as far as it fits, counted. Nothing for no
-// characters.
-void XfmtEmit(XfmtCall& call, const wchar_t* text, int32_t count);
-// Like XfmtEmit for a terminated text of at most maxChars characters that nobody measured yet.
-void XfmtEmitText(XfmtCall& call, const wchar_t* text, int32_t maxChars);
+// Shows a piece to the trace hook and the sink.
+void XfmtObserve(XfmtCall& call, const wchar_t* text, int32_t count);
+void XfmtCopyMany(wchar_t* out, const wchar_t* text, int32_t count);
 // The same character again and again, in pieces of at most kXfmtRunChars.
 void XfmtEmitRun(XfmtCall& call, wchar_t fill, int32_t count);
 // Padded to the width of the directive. The first prefixChars stand before padding zeros.
 void XfmtEmitField(XfmtCall& call, const wchar_t* text, int32_t count, int32_t prefixChars, bool zeroPadded);
-// Adds to the count what is not stored.
-void XfmtCount(XfmtCall& call, int64_t count);
 // Nobody sees what is produced from here on: it is enough to count it.
 inline bool XfmtOnlyCounts(const XfmtCall& call) {
     return !call.observed && call.info.out_pos >= call.room;
@@ -140,5 +136,5 @@ void XfmtPrintNested(XfmtCall& call);
 
 // --- xfmt_trace.cpp
 
-bool XfmtHasTraceHook();
+extern XfmtTraceHook xfmtTraceHook;
 void XfmtTracePiece(XfmtCall& call, int32_t count);

@@ -1,5 +1,7 @@
 // %F and %w: output that somebody else writes in the middle of a call.
-#include "base/xfmt_internal.h"
+#include <cstring>
+
+#include "base/xfmt_emit.h"
 
 namespace {
 
@@ -24,6 +26,15 @@ void CloseNested(XfmtCall& call, int32_t count) {
     call.pieceSeen = true;
 }
 
+// A format may be shorter than the magic number and may stand at any even address.
+bool IsNestedRecord(const wchar_t* argument) {
+    wchar_t half;
+    memcpy(&half, argument, sizeof(half));
+    if (half != (kXfmtNestedMagic & 0xFFFF)) return false;
+    memcpy(&half, argument + 1, sizeof(half));
+    return half == kXfmtNestedMagic >> 16;
+}
+
 }  // namespace
 
 void XfmtPrintFormatter(XfmtCall& call) {
@@ -36,8 +47,8 @@ void XfmtPrintFormatter(XfmtCall& call) {
 void XfmtPrintNested(XfmtCall& call) {
     const wchar_t* format = XfmtTakeText(call);
     va_list* args;
-    const XfmtNested* const record = reinterpret_cast<const XfmtNested*>(format);
-    if (record != nullptr && record->magic == kXfmtNestedMagic) {
+    if (format != nullptr && IsNestedRecord(format)) {
+        const XfmtNested* const record = reinterpret_cast<const XfmtNested*>(format);
         format = record->format;
         args = record->args;
     } else {

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "base/wide_text.h"
-#include "base/xfmt_internal.h"
+#include "base/xfmt_emit.h"
 
 namespace {
 
@@ -41,9 +41,10 @@ constexpr DigitPairs MakeDigitPairs() {
 // Two decimal digits per division.
 constexpr DigitPairs kDigitPairs = MakeDigitPairs();
 
+// Writes the digits in front of `end`; returns where they start.
 template <typename T>
-void PutDecimal(DigitText& text, T value) {
-    wchar_t* at = text.end();
+wchar_t* PutDecimalBefore(wchar_t* end, T value) {
+    wchar_t* at = end;
     while (value >= 100) {
         at -= 2;
         memcpy(at, &kDigitPairs.text[value % 100 * 2], 2 * sizeof(wchar_t));
@@ -55,7 +56,19 @@ void PutDecimal(DigitText& text, T value) {
     } else {
         *--at = static_cast<wchar_t>(L'0' + value);
     }
-    text.count = static_cast<int32_t>(text.end() - at);
+    return at;
+}
+
+// Dividing 32-bit numbers is several times faster.
+wchar_t* PutDecimalBefore(wchar_t* end, uint64_t value, bool isSmall) {
+    return isSmall ? PutDecimalBefore(end, static_cast<uint32_t>(value)) : PutDecimalBefore(end, value);
+}
+
+int32_t DecimalDigits(uint64_t value) {
+    int32_t digits = 1;
+    for (; value >= 10000; value /= 10000)
+        digits += 4;
+    return digits + (value >= 10) + (value >= 100) + (value >= 1000);
 }
 
 void PutPowerOfTwo(DigitText& text, uint64_t value, int bitsPerDigit, const char* digits) {
@@ -78,9 +91,8 @@ void PutDigits(DigitText& text, uint64_t value, wchar_t conversion) {
         case L'o':
             return PutPowerOfTwo(text, value, 3, HexDigits(false));
         default:
-            // Dividing 32-bit numbers is several times faster.
-            if (value <= UINT32_MAX) return PutDecimal(text, static_cast<uint32_t>(value));
-            return PutDecimal(text, value);
+            text.count =
+                static_cast<int32_t>(text.end() - PutDecimalBefore(text.end(), value, value <= UINT32_MAX));
     }
 }
 
@@ -176,6 +188,28 @@ void PutPrefix(DigitText& text, const XfmtCall& call, uint64_t value) {
     }
 }
 
+constexpr int32_t kLongestInPlace = 20;
+
+// Most numbers need neither precision nor groups nor a sign of their own: they are written right where they
+// belong.
+bool PrintInPlace(XfmtCall& call, bool negative, uint64_t value) {
+    const XfmtFlags& flags = call.flags;
+    if (call.info.precision_given || call.separator != nullptr || flags.left || flags.plus || flags.space)
+        return false;
+    if (call.conversion != L'd' && call.conversion != L'u') return false;
+    const int32_t needed = DecimalDigits(value) + (negative ? 1 : 0);
+    const int32_t count = needed < call.info.width ? call.info.width : needed;
+    wchar_t* const place = count <= kLongestInPlace ? XfmtPlaceFor(call, count) : nullptr;
+    if (place == nullptr) return false;
+
+    wchar_t* at = PutDecimalBefore(place + count, value, value <= UINT32_MAX);
+    while (at != place)
+        *--at = flags.zero ? L'0' : L' ';
+    if (negative) place[flags.zero ? 0 : count - needed] = L'-';
+    XfmtCount(call, count);
+    return true;
+}
+
 }  // namespace
 
 void XfmtPrintInteger(XfmtCall& call) {
@@ -189,6 +223,8 @@ void XfmtPrintInteger(XfmtCall& call) {
     } else {
         value = TakeUnsigned(call);
     }
+
+    if (PrintInPlace(call, negative, value)) return;
 
     const XfmtPieceInfo& info = call.info;
     DigitText text;

@@ -12,7 +12,6 @@ constexpr Newline kLineFeed = {L"\n", "\n"};
 constexpr Newline kBoth = {L"\r\n", "\r\n"};
 constexpr Newline kCarriageReturn = {L"\r", "\r"};
 
-XfmtTraceHook traceHook = nullptr;
 void* traceHookContext = nullptr;
 const Newline* newline = &kLineFeed;
 
@@ -41,18 +40,16 @@ void TraceFormat(const XfmtPieceInfo& info) {
     wchar_t line[kXfmtTraceLineChars];
     xfmt_quiet(line, kXfmtTraceLineChars, L"%*n<<fmtstring>>(@lv%d): %s%s", IndentOf(info), L" ",
                info.trace_level, info.format, newline->wide);
-    traceHook(traceHookContext, line);
+    xfmtTraceHook(traceHookContext, line);
 }
 
 }  // namespace
 
-bool XfmtHasTraceHook() {
-    return traceHook != nullptr;
-}
+XfmtTraceHook xfmtTraceHook = nullptr;
 
 void XfmtTracePiece(XfmtCall& call, int32_t count) {
     XfmtPieceInfo& info = call.info;
-    if (traceHook == nullptr) return;
+    if (xfmtTraceHook == nullptr) return;
     if (!call.traceStarted) {
         call.traceStarted = true;
         TraceFormat(info);
@@ -65,11 +62,11 @@ void XfmtTracePiece(XfmtCall& call, int32_t count) {
                info.format_len, info.format + info.format_pos, info.format_pos, info.format_len,
                &widthAndPrecision, info.stock, info.trace_level, info.out_pos, count,
                info.stock + static_cast<uint32_t>(info.out_pos), count, newline->wide);
-    if (traceHook != nullptr) traceHook(traceHookContext, line);
+    if (xfmtTraceHook != nullptr) xfmtTraceHook(traceHookContext, line);
 }
 
 void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx) {
-    traceHook = hook;
+    xfmtTraceHook = hook;
     traceHookContext = hook_ctx;
 }
 

@@ -4,9 +4,10 @@
 
 #include <functional>
 
+// Short turns and many of them: most then pass without an interruption by other programs.
 struct BenchEffort {
-    int turns = 25;              // measurements per row and side
-    double turnSeconds = 0.002;  // a turn repeats its work until it lasts at least this long
+    int turns = 151;              // measurements per row and side
+    double turnSeconds = 0.0003;  // a turn repeats its work until it lasts at least this long
 };
 
 // What one row must reach. At least `minRatio` times the peer's speed (1.0: as fast); 0 asks nothing.

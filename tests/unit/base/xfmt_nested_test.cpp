@@ -62,6 +62,14 @@ TEST(XfmtNestedTest, NullFormatsAndListsPrintNothing) {
     EXPECT_STREQ(text, L"[next]");
 }
 
+TEST(XfmtNestedTest, NothingIsReadBehindAnEmptyFormat) {
+    GuardedBuffer<wchar_t> format(1);
+    format[0] = 0;
+    std::vector<XfmtArg> none;
+    va_list list = XfmtArgList(none);
+    EXPECT_EQ(xfmt(nullptr, 0, L"%w", format.data(), &list), 0);
+}
+
 TEST(XfmtNestedTest, WidthAndPrecisionDoNotTouchIt) {
     wchar_t text[64];
     EXPECT_EQ(Wrap(text, 64, L"[%20.1w]", L"%s", L"text"), 6);

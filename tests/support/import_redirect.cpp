@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr size_t kMaxRecordedCalls = 10000;
+
 struct ImportSlot {
     const char* dll;
     const char* function;
@@ -87,6 +89,10 @@ void* ImportedFunction(HMODULE module, const char* function) {
     return nullptr;
 }
 
+CallFaults::CallFaults(HMODULE module) : module_(module) {
+    calls_.reserve(kMaxRecordedCalls);
+}
+
 void CallFaults::FailAt(int number, bool forEver) {
     failAt_ = number;
     forEver_ = forEver;
@@ -94,7 +100,7 @@ void CallFaults::FailAt(int number, bool forEver) {
 
 void CallFaults::During(const std::function<void()>& body) {
     calls_.clear();
-    failedName_.clear();
+    failedName_ = nullptr;
     active_ = true;
     body();
     active_ = false;
@@ -102,16 +108,17 @@ void CallFaults::During(const std::function<void()>& body) {
 
 bool CallFaults::ShouldFail(const char* name) {
     if (!active_) return false;
-    calls_.emplace_back(name);
+    if (calls_.size() == kMaxRecordedCalls) abort();
+    calls_.push_back(name);
     const int number = static_cast<int>(calls_.size());
     if (failAt_ == 0 || number < failAt_ || (number > failAt_ && !forEver_)) return false;
-    if (failedName_.empty()) failedName_ = name;
+    if (failedName_ == nullptr) failedName_ = name;
     return true;
 }
 
 std::string CallFaults::Describe() const {
     if (failAt_ == 0) return "no call failing";
-    return "call " + std::to_string(failAt_) + (failedName_.empty() ? "" : " (" + failedName_ + ")") +
+    return "call " + std::to_string(failAt_) + (CallFailed() ? " (" + FailedName() + ")" : "") +
            (forEver_ ? " and all later ones failing" : " failing once");
 }
 

@@ -69,6 +69,15 @@ class ReplacedCall<function> : public ReplacedCallBase {
     ~ReplacedCall() override { current_ = outer_; }
 
     static Result Original(Arguments... arguments) { return real_(arguments...); }
+    // What answers when this replacement does not: the one around it, or the real system.
+    Result Outer(Arguments... arguments) {
+        for (ReplacedCall* next = outer_; next != nullptr; next = next->outer_) {
+            if (next->thread_ != 0 && next->thread_ != ThreadIdWithoutCalls()) continue;
+            ++next->calls_;
+            return next->replacement_(arguments...);
+        }
+        return real_(arguments...);
+    }
     int calls() const { return calls_; }
 
   private:
@@ -111,7 +120,7 @@ class ReplacedCall<function> : public ReplacedCallBase {
 // given for them. Nothing is counted outside During(), so the test itself may use the same functions.
 class CallFaults {
   public:
-    explicit CallFaults(HMODULE module = nullptr) : module_(module) {}
+    explicit CallFaults(HMODULE module = nullptr);
 
     template <auto function, typename Failure>
     void Watch(const char* name, Failure failure, DWORD error) {
@@ -124,8 +133,10 @@ class CallFaults {
     void During(const std::function<void()>& body);
 
     // The watched calls of the last During(), in order.
-    const std::vector<std::string>& calls() const { return calls_; }
-    bool CallFailed() const { return !failedName_.empty(); }
+    std::vector<std::string> calls() const { return {calls_.begin(), calls_.end()}; }
+    bool CallFailed() const { return failedName_ != nullptr; }
+    // The call that failed first, empty when none did.
+    std::string FailedName() const { return failedName_ != nullptr ? failedName_ : ""; }
     // "call 3 (CreateFileW) failed once", for SCOPED_TRACE.
     std::string Describe() const;
 
@@ -146,8 +157,9 @@ class CallFaults {
 
     HMODULE module_;
     std::vector<std::unique_ptr<ReplacedCallBase>> watched_;
-    std::vector<std::string> calls_;
-    std::string failedName_;
+    // Of fixed capacity: keeping the account must not allocate, which may be watched too.
+    std::vector<const char*> calls_;
+    const char* failedName_ = nullptr;
     bool active_ = false;
     int failAt_ = 0;
     bool forEver_ = false;

@@ -94,16 +94,14 @@ class AllocationLedger {
     }
 
     std::atomic<long> blocks_ = 0;
-    ReplacedCall<malloc> malloc_{
-        "malloc", [this](size_t bytes) { return Added(ReplacedCall<malloc>::Original(bytes)); }, nullptr,
-        ReplacedCall<malloc>::Threads::kAll};
+    ReplacedCall<malloc> malloc_{"malloc", [this](size_t bytes) { return Added(malloc_.Outer(bytes)); },
+                                 nullptr, ReplacedCall<malloc>::Threads::kAll};
     ReplacedCall<calloc> calloc_{
-        "calloc",
-        [this](size_t count, size_t bytes) { return Added(ReplacedCall<calloc>::Original(count, bytes)); },
-        nullptr, ReplacedCall<calloc>::Threads::kAll};
+        "calloc", [this](size_t count, size_t bytes) { return Added(calloc_.Outer(count, bytes)); }, nullptr,
+        ReplacedCall<calloc>::Threads::kAll};
     ReplacedCall<realloc> realloc_{"realloc",
                                    [this](void* old, size_t bytes) {
-                                       void* const block = ReplacedCall<realloc>::Original(old, bytes);
+                                       void* const block = realloc_.Outer(old, bytes);
                                        if (block != nullptr || bytes == 0) Removed(old);
                                        return Added(block);
                                    },
@@ -111,7 +109,7 @@ class AllocationLedger {
     ReplacedCall<free> free_{"free",
                              [this](void* block) {
                                  Removed(block);
-                                 ReplacedCall<free>::Original(block);
+                                 free_.Outer(block);
                              },
                              nullptr, ReplacedCall<free>::Threads::kAll};
 };

@@ -60,6 +60,15 @@ TEST(ReplacedCall, ReplacementsOfOneFunctionNest) {
     EXPECT_EQ(ProcessIdSeen(), 1u);
 }
 
+TEST(ReplacedCall, AnInnerReplacementCanAskTheOuterOne) {
+    REPLACE_CALL(outer, GetCurrentProcessId, [] { return DWORD{1}; });
+    ReplacedCall<GetCurrentProcessId>* self = nullptr;
+    REPLACE_CALL(inner, GetCurrentProcessId, [&] { return self->Outer() + 1; });
+    self = &inner;
+    EXPECT_EQ(ProcessIdSeen(), 2u);
+    EXPECT_EQ(outer.calls(), 1);
+}
+
 TEST(ImportRedirect, AFunctionThatIsNotImportedFailsTheTest) {
     EXPECT_NONFATAL_FAILURE(ImportRedirect(nullptr, nullptr, "NoSuchFunction", nullptr), "NoSuchFunction");
 }
@@ -126,6 +135,13 @@ TEST_F(CallFaultsTest, FromTheNthCallOnAllFail) {
         EXPECT_EQ(CreateEventW(nullptr, TRUE, FALSE, nullptr), nullptr);
         EXPECT_EQ(CreateMutexW(nullptr, FALSE, nullptr), nullptr);
     });
+}
+
+TEST_F(CallFaultsTest, WatchingMallocDoesNotCountTheAccount) {
+    WATCH_CALL(faults, malloc, nullptr, 0);
+    faults.FailAt(1, true);
+    faults.During([] { EXPECT_FALSE(MakeTwoEventsAndAMutex()); });
+    EXPECT_EQ(faults.calls(), (std::vector<std::string>{"CreateEventW", "CreateEventW", "CreateMutexW"}));
 }
 
 TEST_F(CallFaultsTest, EachCallFailsInTurnOnceAndForEver) {

@@ -29,6 +29,29 @@ bool PutOnClipboard(GlobalBlock block, HWND owner) noexcept {
     return accepted;
 }
 
+bool SetText(UINT flags, const wchar_t* text, int32_t length, HWND owner) noexcept {
+    GlobalBlock block = MakeTextBlock(flags, text, length < 0 ? wcslen(text) : static_cast<size_t>(length));
+    return block && PutOnClipboard(std::move(block), owner);
+}
+
+// A fixed block, whose handle is its address, of the same size. Null for a block without room for a
+// terminator.
+wchar_t* CopyOfBlock(HANDLE source, uint32_t& length) noexcept {
+    const SIZE_T bytes = GlobalSize(source);
+    if (bytes < sizeof(wchar_t)) return nullptr;
+    auto* const copy = static_cast<wchar_t*>(GlobalAlloc(GMEM_FIXED, bytes));
+    if (copy == nullptr) return nullptr;
+    if (const void* const chars = GlobalLock(source)) {
+        memcpy(copy, chars, bytes);
+        GlobalUnlock(source);
+        length = static_cast<uint32_t>(bytes / sizeof(wchar_t) - 1);
+        copy[length] = L'\0';  // other programs may forget it
+        return copy;
+    }
+    GlobalFree(copy);
+    return nullptr;
+}
+
 }  // namespace
 
 int32_t clip_open_wait(uint32_t timeoutMs, HWND owner) noexcept {
@@ -41,7 +64,24 @@ int32_t clip_open_wait(uint32_t timeoutMs, HWND owner) noexcept {
 }
 
 bool CopyTextToClipboard(const wchar_t* text, int32_t length, HWND owner) noexcept {
-    const size_t chars = length < 0 ? wcslen(text) : static_cast<size_t>(length);
-    GlobalBlock block = MakeTextBlock(GMEM_MOVEABLE | GMEM_SHARE, text, chars);
-    return block && PutOnClipboard(std::move(block), owner);
+    return SetText(GMEM_MOVEABLE | GMEM_SHARE, text, length, owner);
+}
+
+bool clip_set_text(const wchar_t* text, int32_t length, HWND owner) noexcept {
+    return SetText(GMEM_FIXED, text, length, owner);
+}
+
+wchar_t* clip_get_text(uint32_t* length, HWND owner) noexcept {
+    uint32_t chars = 0;
+    wchar_t* text = nullptr;
+    if (clip_open_wait(kClipboardWaitMs, owner) != 0) {
+        if (const HANDLE block = GetClipboardData(CF_UNICODETEXT)) text = CopyOfBlock(block, chars);
+        CloseClipboard();
+    }
+    if (length != nullptr) *length = chars;
+    return text;
+}
+
+bool clip_free_text(wchar_t* text) noexcept {
+    return GlobalFree(text) == nullptr;
 }

@@ -14,3 +14,12 @@ int32_t clip_open_wait(uint32_t timeoutMs, HWND owner) noexcept;
 // Puts the first `length` units of `text` (-1: all of it) on the clipboard, in a movable, shareable block.
 // False when the clipboard stays busy or there is no memory.
 bool CopyTextToClipboard(const wchar_t* text, int32_t length, HWND owner) noexcept;
+
+// The same in a fixed block: true when the clipboard has taken the text.
+bool clip_set_text(const wchar_t* text, int32_t length, HWND owner) noexcept;
+
+// A copy of the clipboard's text, which the caller gives back to clip_free_text; null when the clipboard
+// stays busy, holds no text, or there is no memory. *length (may be null) gets the text block's characters
+// less the terminator, 0 with null.
+wchar_t* clip_get_text(uint32_t* length, HWND owner) noexcept;
+bool clip_free_text(wchar_t* text) noexcept;

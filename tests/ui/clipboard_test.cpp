@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 
+#include "base/process.h"
+#include "base/win32_handle.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
 
@@ -83,6 +86,256 @@ TEST(CopyTextToClipboard, GivesUpAfterTwoSecondsWhenTheClipboardIsBusy) {
     EXPECT_GE(GetTickCount() - start, kClipboardWaitMs);
     EXPECT_LT(GetTickCount() - start, kClipboardWaitMs + 1000);
     EXPECT_EQ(freed, 1);
+}
+
+class ClipText : public testing::Test {
+  protected:
+    ~ClipText() override { clip_free_text(text_); }
+
+    std::wstring Get() {
+        clip_free_text(text_);
+        text_ = clip_get_text(&length_, nullptr);
+        return text_ != nullptr ? text_ : L"(no text)";
+    }
+
+    wchar_t* text_ = nullptr;
+    uint32_t length_ = 99;
+};
+
+TEST_F(ClipText, TextsGoToTheClipboardAndComeBack) {
+    ASSERT_TRUE(clip_set_text(L"two\r\nlines", -1, nullptr));
+    EXPECT_EQ(Get(), L"two\r\nlines");
+    EXPECT_EQ(length_, 10u);
+}
+
+TEST_F(ClipText, ALengthCopiesThatManyUnits) {
+    ASSERT_TRUE(clip_set_text(L"abcdef", 3, nullptr));
+    EXPECT_EQ(Get(), L"abc");
+    EXPECT_EQ(length_, 3u);
+    ASSERT_TRUE(clip_set_text(L"abcdef", 0, nullptr));
+    EXPECT_EQ(Get(), L"");
+    EXPECT_EQ(length_, 0u);
+}
+
+TEST_F(ClipText, TheBlockIsFixedAndZeroInitialised) {
+    UINT flags = 0;
+    SIZE_T bytes = 0;
+    REPLACE_CALL(alloc, GlobalAlloc, [&](UINT wantedFlags, SIZE_T wantedBytes) {
+        flags = wantedFlags;
+        bytes = wantedBytes;
+        return GlobalAlloc(wantedFlags, wantedBytes);
+    });
+    ASSERT_TRUE(clip_set_text(L"four", -1, nullptr));
+    EXPECT_EQ(flags, UINT{GMEM_ZEROINIT});
+    EXPECT_EQ(bytes, SIZE_T{10});
+}
+
+TEST_F(ClipText, TheLengthMayBeLeftOut) {
+    ASSERT_TRUE(clip_set_text(L"x", -1, nullptr));
+    wchar_t* const text = clip_get_text(nullptr, nullptr);
+    ASSERT_NE(text, nullptr);
+    EXPECT_TRUE(clip_free_text(text));
+}
+
+TEST_F(ClipText, AClipboardWithoutTextGivesNull) {
+    ASSERT_EQ(clip_open_wait(2000, nullptr), 1);
+    EmptyClipboard();
+    CloseClipboard();
+    EXPECT_EQ(Get(), L"(no text)");
+    EXPECT_EQ(length_, 0u);
+}
+
+TEST_F(ClipText, ABlockWithoutATerminatorIsTerminatedWithinItsSize) {
+    wchar_t block[] = {L'a', L'b', L'c'};
+    REPLACE_CALL(data, GetClipboardData, [&](UINT format) {
+        EXPECT_EQ(format, UINT{CF_UNICODETEXT});
+        return static_cast<HANDLE>(block);
+    });
+    REPLACE_CALL(size, GlobalSize, [&](HGLOBAL) { return SIZE_T{sizeof block}; });
+    REPLACE_CALL(lock, GlobalLock, [&](HGLOBAL) { return static_cast<void*>(block); });
+    REPLACE_CALL(unlock, GlobalUnlock, [](HGLOBAL) { return FALSE; });
+    EXPECT_EQ(Get(), L"ab");
+    EXPECT_EQ(length_, 2u);
+}
+
+TEST_F(ClipText, ABlockTooSmallForATerminatorIsNoText) {
+    ASSERT_TRUE(clip_set_text(L"x", -1, nullptr));
+    REPLACE_CALL(size, GlobalSize, [](HGLOBAL) { return SIZE_T{1}; });
+    EXPECT_EQ(Get(), L"(no text)");
+    EXPECT_EQ(length_, 0u);
+}
+
+TEST_F(ClipText, EveryFailingCallOfSettingIsReportedAndLeavesNothing) {
+    CallFaults faults;
+    WATCH_CALL(faults, GlobalAlloc, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, GlobalLock, nullptr, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, EmptyClipboard, FALSE, ERROR_ACCESS_DENIED);
+    WATCH_CALL(faults, SetClipboardData, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    int held = 0;  // blocks made and neither freed nor handed over
+    REPLACE_CALL(release, GlobalFree, [&](HGLOBAL block) {
+        --held;
+        return GlobalFree(block);
+    });
+    const int calls = ForEachFailingCall(faults, [&] {
+        bool copied = false;
+        held = 0;
+        faults.During([&] { copied = clip_set_text(L"text", -1, nullptr); });
+        EXPECT_EQ(copied, !faults.CallFailed());
+        const bool blockMade = faults.calls().size() > 1;
+        EXPECT_EQ(held, faults.CallFailed() && blockMade ? -1 : 0);
+        EXPECT_EQ(clip_open_wait(0, nullptr), 1) << "the clipboard was left open";
+        CloseClipboard();
+    });
+    EXPECT_EQ(calls, 4);
+}
+
+TEST_F(ClipText, EveryFailingCallOfGettingGivesNullAndLeavesNothing) {
+    ASSERT_TRUE(clip_set_text(L"text", -1, nullptr));
+    CallFaults faults;
+    WATCH_CALL(faults, GetClipboardData, nullptr, ERROR_NOT_FOUND);
+    WATCH_CALL(faults, GlobalSize, 0, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, GlobalAlloc, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, GlobalLock, nullptr, ERROR_INVALID_HANDLE);
+    int freed = 0;
+    REPLACE_CALL(release, GlobalFree, [&](HGLOBAL block) {
+        ++freed;
+        return GlobalFree(block);
+    });
+    const int calls = ForEachFailingCall(faults, [&] {
+        wchar_t* text = nullptr;
+        uint32_t length = 99;
+        freed = 0;
+        faults.During([&] { text = clip_get_text(&length, nullptr); });
+        EXPECT_EQ(text == nullptr, faults.CallFailed());
+        EXPECT_EQ(length, faults.CallFailed() ? 0u : 4u);
+        EXPECT_EQ(freed, faults.CallFailed() && faults.calls().size() == 4 ? 1 : 0);
+        EXPECT_EQ(clip_open_wait(0, nullptr), 1) << "the clipboard was left open";
+        CloseClipboard();
+        clip_free_text(text);
+    });
+    EXPECT_EQ(calls, 4);
+}
+
+TEST_F(ClipText, FreeingReportsTheSystemsAnswer) {
+    REPLACE_CALL(release, GlobalFree, [](HGLOBAL block) { return block; });
+    wchar_t block[1];
+    EXPECT_FALSE(clip_free_text(block));
+}
+
+OwnedWindow HolderWindow() {
+    return OwnedWindow(
+        CreateWindowExW(0, L"STATIC", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr));
+}
+
+// Holds the clipboard until it is told to let go.
+class ClipboardHolder {
+  public:
+    ClipboardHolder() : thread_([this] { Hold(); }) { WaitForSingleObject(held_.get(), 5000); }
+    ~ClipboardHolder() {
+        SetEvent(release_.get());
+        thread_.join();
+    }
+    void ReleaseAfter(DWORD ms) {
+        timer_ = std::jthread([this, ms] {
+            Sleep(ms);
+            SetEvent(release_.get());
+        });
+    }
+
+  private:
+    void Hold() {
+        // Two openers without a window count as one.
+        const OwnedWindow owner = HolderWindow();
+        EXPECT_TRUE(OpenClipboard(owner.get()));
+        SetEvent(held_.get());
+        WaitForSingleObject(release_.get(), 20000);
+        CloseClipboard();
+    }
+
+    KernelHandle held_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    KernelHandle release_{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    std::thread thread_;
+    std::jthread timer_;
+};
+
+TEST(ClipOpenWait, GivesUpWhenAnotherThreadHoldsTheClipboardForTheWholeTime) {
+    const ClipboardHolder holder;
+    const DWORD start = GetTickCount();
+    EXPECT_EQ(clip_open_wait(300, nullptr), 0);
+    const DWORD waited = GetTickCount() - start;
+    EXPECT_GE(waited, 300u);
+    EXPECT_LT(waited, 1300u);
+}
+
+TEST(ClipOpenWait, TriesOnceWithoutTime) {
+    const ClipboardHolder holder;
+    REPLACE_CALL(open, OpenClipboard, [](HWND) { return FALSE; });
+    EXPECT_EQ(clip_open_wait(0, nullptr), 0);
+    EXPECT_EQ(open.calls(), 1);
+}
+
+TEST(ClipOpenWait, SucceedsAsSoonAsTheClipboardIsFree) {
+    ClipboardHolder holder;
+    holder.ReleaseAfter(200);
+    EXPECT_EQ(clip_open_wait(10000, nullptr), 1);
+    CloseClipboard();
+}
+
+TEST(ClipOpenWait, HandsOnTheOwner) {
+    const HWND owner = reinterpret_cast<HWND>(ULONG_PTR{0x1234});
+    HWND given = nullptr;
+    REPLACE_CALL(open, OpenClipboard, [&](HWND window) {
+        given = window;
+        return TRUE;
+    });
+    EXPECT_EQ(clip_open_wait(0, owner), 1);
+    EXPECT_EQ(given, owner);
+}
+
+TEST(ClipOpenWait, SurvivesTheWrapOfTheTickCount) {
+    DWORD now = 0xFFFFFF00;
+    REPLACE_CALL(ticks, GetTickCount, [&] { return now += 0x80; });
+    REPLACE_CALL(open, OpenClipboard, [](HWND) { return FALSE; });
+    EXPECT_EQ(clip_open_wait(0x200, nullptr), 0);
+    EXPECT_EQ(open.calls(), 4);
+}
+
+constexpr const wchar_t* kHeldEvent = L"tavix-clipboard-held";
+constexpr const wchar_t* kReleaseEvent = L"tavix-clipboard-release";
+
+// Runs only in the child process of the test below.
+TEST(ClipboardChild, DISABLED_HoldsTheClipboard) {
+    const KernelHandle held(CreateEventW(nullptr, TRUE, FALSE, kHeldEvent));
+    const KernelHandle release(CreateEventW(nullptr, TRUE, FALSE, kReleaseEvent));
+    const OwnedWindow owner = HolderWindow();
+    ASSERT_EQ(clip_open_wait(2000, owner.get()), 1);
+    SetEvent(held.get());
+    WaitForSingleObject(release.get(), 20000);
+    CloseClipboard();
+}
+
+TEST_F(ClipText, AnotherProcessThatHoldsTheClipboardIsWaitedForTwoSeconds) {
+    const KernelHandle held(CreateEventW(nullptr, TRUE, FALSE, kHeldEvent));
+    const KernelHandle release(CreateEventW(nullptr, TRUE, FALSE, kReleaseEvent));
+    wchar_t path[MAX_PATH] = L"";
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const std::wstring line =
+        L"\"" + std::wstring(path) + L"\" --gtest_also_run_disabled_tests --gtest_filter=ClipboardChild.*";
+    DWORD childResult = 99;
+    std::jthread child([&] { childResult = RunProcess(line.c_str(), false, true); });
+    ASSERT_EQ(WaitForSingleObject(held.get(), 10000), DWORD{WAIT_OBJECT_0});
+
+    const DWORD start = GetTickCount();
+    EXPECT_FALSE(clip_set_text(L"text", -1, nullptr));
+    EXPECT_GE(GetTickCount() - start, 2000u);
+    const DWORD middle = GetTickCount();
+    EXPECT_EQ(Get(), L"(no text)");
+    EXPECT_GE(GetTickCount() - middle, 2000u);
+
+    SetEvent(release.get());
+    child.join();
+    EXPECT_EQ(childResult, 0u);
+    EXPECT_TRUE(clip_set_text(L"free again", -1, nullptr));
 }
 
 }  // namespace

@@ -83,6 +83,10 @@ using OwnedFont = OwnedHandle<NullHandleTraits<HFONT, DeleteObject>>;
 using OwnedBrush = OwnedHandle<NullHandleTraits<HBRUSH, DeleteObject>>;
 using OwnedBitmap = OwnedHandle<NullHandleTraits<HBITMAP, DeleteObject>>;
 using OwnedRegion = OwnedHandle<NullHandleTraits<HRGN, DeleteObject>>;
+inline void ReleaseScreenDc(HDC dc) noexcept {
+    ReleaseDC(nullptr, dc);
+}
+using ScreenDc = OwnedHandle<NullHandleTraits<HDC, ReleaseScreenDc>>;  // of GetDC(nullptr)
 using MemoryDc = OwnedHandle<NullHandleTraits<HDC, DeleteDC>>;
 using GlobalBlock = OwnedHandle<NullHandleTraits<HGLOBAL, GlobalFree>>;
 using OwnedWindow = OwnedHandle<NullHandleTraits<HWND, DestroyWindow>>;

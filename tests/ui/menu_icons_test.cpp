@@ -1,0 +1,575 @@
+#include "ui/menu_icons.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/win32_handle.h"
+#include "tests/support/import_redirect.h"
+#include "tests/support/leak_counters.h"
+#include "tests/support/modal_driver.h"
+#include "tests/support/screenshot.h"
+#include "ui/theme.h"
+
+namespace {
+
+// One of the system's icons, in the small size.
+OwnedIcon SmallIcon() {
+    return OwnedIcon(
+        static_cast<HICON>(CopyImage(LoadIconW(nullptr, IDI_HAND), IMAGE_ICON, GetSystemMetrics(SM_CXSMICON),
+                                     GetSystemMetrics(SM_CYSMICON), 0)));
+}
+
+// An icon whose pixels have the colour and alpha given; its mask is set (transparent) in the left half.
+OwnedIcon HalfMaskedIcon(int width, int height, uint32_t pixel) {
+    const HDC screen = GetDC(nullptr);
+    const OwnedBitmap colour(CreateCompatibleBitmap(screen, width, height));
+    ReleaseDC(nullptr, screen);
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    std::vector<uint32_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height), pixel);
+    const MemoryDc dc(CreateCompatibleDC(nullptr));
+    SetDIBits(dc.get(), colour.get(), 0, static_cast<UINT>(height), pixels.data(), &info, DIB_RGB_COLORS);
+    const OwnedBitmap mask(CreateBitmap(width, height, 1, 1, nullptr));
+    const HGDIOBJ before = SelectObject(dc.get(), mask.get());
+    PatBlt(dc.get(), 0, 0, width, height, BLACKNESS);
+    PatBlt(dc.get(), 0, 0, width / 2, height, WHITENESS);
+    SelectObject(dc.get(), before);
+    ICONINFO icon = {TRUE, 0, 0, mask.get(), colour.get()};
+    return OwnedIcon(CreateIconIndirect(&icon));
+}
+
+uint32_t AsNumber(const RGBQUAD& pixel) {
+    return static_cast<uint32_t>(pixel.rgbReserved) << 24 | static_cast<uint32_t>(pixel.rgbRed) << 16 |
+           static_cast<uint32_t>(pixel.rgbGreen) << 8 | pixel.rgbBlue;
+}
+
+constexpr RGBQUAD kRed = {0, 0, 0xFF, 0};
+
+TEST(MenuMakePremultiplied, AnImageWithoutAlphaTakesItFromTheMask) {
+    const OwnedIcon icon = HalfMaskedIcon(16, 16, 0x00FF0000);
+    // Rows longer than the image, as a paint buffer may have them.
+    std::vector<RGBQUAD> bits(20 * 16, kRed);
+    EXPECT_EQ(menu_make_premultiplied(bits.data(), 20, icon.get(), {16, 16}), S_OK);
+    for (size_t y = 0; y < 16; ++y)
+        for (size_t x = 0; x < 20; ++x) {
+            const uint32_t expected = x < 8 ? 0 : x < 16 ? 0xFFFF0000 : 0x00FF0000;
+            ASSERT_EQ(AsNumber(bits[y * 20 + x]), expected) << x << "," << y;
+        }
+}
+
+TEST(MenuMakePremultiplied, ASinglePixelWithAlphaKeepsTheImageAsItIs) {
+    const OwnedIcon icon = HalfMaskedIcon(16, 16, 0x00FF0000);
+    std::vector<RGBQUAD> bits(16 * 16, kRed);
+    bits[255].rgbReserved = 1;
+    EXPECT_EQ(menu_make_premultiplied(bits.data(), 16, icon.get(), {16, 16}), S_OK);
+    EXPECT_EQ(AsNumber(bits[0]), 0x00FF0000u);
+    EXPECT_EQ(AsNumber(bits[255]), 0x01FF0000u);
+}
+
+TEST(MenuMakePremultiplied, AlphaBeyondTheImageInTheRowDoesNotCount) {
+    const OwnedIcon icon = HalfMaskedIcon(16, 16, 0x00FF0000);
+    std::vector<RGBQUAD> bits(20 * 16, kRed);
+    bits[16].rgbReserved = 0xFF;
+    EXPECT_EQ(menu_make_premultiplied(bits.data(), 20, icon.get(), {16, 16}), S_OK);
+    EXPECT_EQ(AsNumber(bits[15]), 0xFFFF0000u);
+}
+
+TEST(MenuMakePremultiplied, EachFailureHasItsCodeAndLeavesNothing) {
+    const OwnedIcon icon = HalfMaskedIcon(16, 16, 0x00FF0000);
+    CallFaults faults;
+    WATCH_CALL(faults, GetIconInfo, FALSE, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, malloc, nullptr, 0);
+    WATCH_CALL(faults, CreateCompatibleDC, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, GetDIBits, 0, ERROR_INVALID_HANDLE);
+    const HRESULT expected[] = {S_OK,   E_FAIL,        E_OUTOFMEMORY, E_OUTOFMEMORY, E_UNEXPECTED,
+                                E_FAIL, E_OUTOFMEMORY, E_OUTOFMEMORY, E_UNEXPECTED};
+    std::vector<RGBQUAD> bits(16 * 16);
+    ExpectNoLeaks(
+        [&] {
+            size_t run = 0;
+            EXPECT_EQ(ForEachFailingCall(
+                          faults,
+                          [&] {
+                              bits.assign(bits.size(), kRed);
+                              HRESULT result = S_FALSE;
+                              faults.During([&] {
+                                  result = menu_make_premultiplied(bits.data(), 16, icon.get(), {16, 16});
+                              });
+                              EXPECT_EQ(result, expected[run++]);
+                          }),
+                      4);
+        },
+        2);
+}
+
+class MenuIcons : public testing::Test {
+  protected:
+    MenuIcons()
+        : owner_(CreateWindowExW(0, L"STATIC", L"", WS_POPUP | WS_VISIBLE, 20, 20, 300, 200, nullptr, nullptr,
+                                 nullptr, nullptr)),
+          menu_(CreatePopupMenu()) {
+        SetForegroundWindow(owner_.get());
+        AppendMenuW(menu_.get(), MF_STRING, 10, L"Information");
+        AppendMenuW(menu_.get(), MF_STRING, 11, L"Warning");
+        AppendMenuW(menu_.get(), MF_STRING | MF_CHECKED, 12, L"Missing icon");
+    }
+    HBITMAP ItemBitmap(UINT item) const {
+        MENUITEMINFOW info = {};
+        info.cbSize = sizeof info;
+        info.fMask = MIIM_BITMAP;
+        GetMenuItemInfoW(menu_.get(), item, FALSE, &info);
+        return info.hbmpItem;
+    }
+    BOOL Track(bool force, int32_t* error) {
+        return menu_track_popup_with_icons(menu_.get(), TPM_RETURNCMD, 40, 50, owner_.get(), nullptr,
+                                           items_.data(), static_cast<int32_t>(items_.size()), error, force);
+    }
+
+    OwnedWindow owner_;
+    OwnedMenu menu_;
+    std::vector<MenuIconItem> items_ = {{10, nullptr, IDI_ASTERISK, nullptr},
+                                        {11, nullptr, IDI_EXCLAMATION, nullptr}};
+};
+
+std::vector<uint32_t> PixelsOf(HBITMAP bitmap, int width, int height) {
+    BITMAPINFO info = {};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = width;
+    info.bmiHeader.biHeight = height;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    std::vector<uint32_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height));
+    const MemoryDc dc(CreateCompatibleDC(nullptr));
+    GetDIBits(dc.get(), bitmap, 0, static_cast<UINT>(height), pixels.data(), &info, DIB_RGB_COLORS);
+    return pixels;
+}
+
+TEST_F(MenuIcons, AnIconWithoutAlphaBecomesABitmapWithAlpha) {
+    const OwnedIcon icon =
+        HalfMaskedIcon(GetSystemMetrics(SM_CXSMICON), GetSystemMetrics(SM_CYSMICON), 0x00FF0000);
+    HBITMAP bitmap = nullptr;
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    EXPECT_EQ(ItemBitmap(10), bitmap);
+    DIBSECTION section = {};
+    ASSERT_EQ(GetObjectW(bitmap, sizeof section, &section), static_cast<int>(sizeof section));
+    EXPECT_EQ(section.dsBmih.biSize, 40u);
+    EXPECT_EQ(section.dsBmih.biPlanes, 1);
+    EXPECT_EQ(section.dsBmih.biBitCount, 32);
+    EXPECT_EQ(section.dsBmih.biCompression, DWORD{BI_RGB});
+    const int width = GetSystemMetrics(SM_CXSMICON);
+    const int height = GetSystemMetrics(SM_CYSMICON);
+    EXPECT_EQ(section.dsBmih.biWidth, width);
+    EXPECT_EQ(section.dsBmih.biHeight, height);
+    const std::vector<uint32_t> pixels = PixelsOf(bitmap, width, height);
+    const auto middleRow = static_cast<size_t>(height / 2 * width);
+    EXPECT_EQ(pixels[middleRow], 0u);
+    EXPECT_EQ(pixels[middleRow + static_cast<size_t>(width) - 1], 0xFFFF0000u);
+}
+
+TEST_F(MenuIcons, AnItemCanBeGivenByItsPosition) {
+    const OwnedIcon icon = SmallIcon();
+    HBITMAP bitmap = nullptr;
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 1, true, icon.get(), false, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    EXPECT_EQ(ItemBitmap(11), bitmap);
+}
+
+// Buffered painting is reached by look-up, so its functions are replaced where they are looked up.
+HPAINTBUFFER WINAPI NoBuffer(HDC, const RECT*, BP_BUFFERFORMAT, BP_PAINTPARAMS*, HDC*) {
+    return nullptr;
+}
+HRESULT WINAPI NoBits(HPAINTBUFFER, RGBQUAD**, int*) {
+    return E_FAIL;
+}
+HRESULT WINAPI EndFails(HPAINTBUFFER buffer, BOOL update) {
+    EndBufferedPaint(buffer, update);
+    return E_FAIL;
+}
+BOOL WINAPI Themed() {
+    return TRUE;
+}
+BOOL WINAPI NotThemed() {
+    return FALSE;
+}
+HRESULT WINAPI NoIcon(HINSTANCE, PCWSTR, int, HICON*) {
+    return static_cast<HRESULT>(0x80070715);
+}
+HRESULT WINAPI NoIconLoader(HINSTANCE, PCWSTR, int, HICON*) {
+    return static_cast<HRESULT>(0xE00000EE);
+}
+
+// Gives another function of the system, or none, to the look-up by name.
+class ReplacedLookup {
+  public:
+    ReplacedLookup(const char* name, FARPROC function)
+        : lookup_("GetProcAddress", [name, function](HMODULE module, LPCSTR wanted) {
+              const bool ours = HIWORD(wanted) != 0 && strcmp(wanted, name) == 0;
+              return ours ? function : GetProcAddress(module, wanted);
+          }) {
+        ResetThemeLookups();
+    }
+    ~ReplacedLookup() { ResetThemeLookups(); }
+
+  private:
+    ReplacedCall<GetProcAddress> lookup_;
+};
+
+template <typename Function>
+FARPROC AsFarProc(Function* function) {
+    return reinterpret_cast<FARPROC>(function);
+}
+
+struct ThemeFailureRow {
+    const char* name;
+    const char* function;
+    FARPROC replacement;
+    int32_t error;
+};
+void PrintTo(const ThemeFailureRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class ThemeFailure : public MenuIcons, public testing::WithParamInterface<ThemeFailureRow> {};
+
+TEST_P(ThemeFailure, HasItsCodeAndLeavesNothing) {
+    const OwnedIcon icon =
+        HalfMaskedIcon(GetSystemMetrics(SM_CXSMICON), GetSystemMetrics(SM_CYSMICON), 0x00FF0000);
+    const ReplacedLookup lookup(GetParam().function, GetParam().replacement);
+    ExpectNoLeaks([&] {
+        HBITMAP bitmap = reinterpret_cast<HBITMAP>(ULONG_PTR{1});
+        EXPECT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap),
+                  GetParam().error);
+        EXPECT_EQ(bitmap, nullptr);
+        EXPECT_EQ(ItemBitmap(10), nullptr);
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, ThemeFailure,
+    testing::Values(ThemeFailureRow{"NoBuffer", "BeginBufferedPaint", AsFarProc(NoBuffer), -10},
+                    ThemeFailureRow{"NoBufferedPaintingAtAll", "BeginBufferedPaint", nullptr, -10},
+                    ThemeFailureRow{"NoBits", "GetBufferedPaintBits", AsFarProc(NoBits), -8},
+                    ThemeFailureRow{"BitsMissing", "GetBufferedPaintBits", nullptr, -8},
+                    ThemeFailureRow{"NoEnd", "EndBufferedPaint", AsFarProc(EndFails), -4}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(MenuIcons, EachFailingCallOfTheThemedWayHasItsCodeAndLeavesNothing) {
+    CallFaults faults;
+    WATCH_CALL(faults, CreateCompatibleDC, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, CreateDIBSection, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, DrawIconEx, FALSE, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, GetIconInfo, FALSE, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, malloc, nullptr, 0);
+    WATCH_CALL(faults, GetDIBits, 0, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, SetMenuItemInfoW, FALSE, ERROR_INVALID_PARAMETER);
+    int destroyed = 0;
+    REPLACE_CALL(destroy, DestroyIcon, [&](HICON icon) {
+        ++destroyed;
+        return DestroyIcon(icon);
+    });
+    const auto codeOf = [&]() -> int32_t {
+        const std::string name = faults.FailedName();
+        if (name == "GetIconInfo") return -7;
+        if (name == "SetMenuItemInfoW") return -11;
+        return name.empty() ? 0 : -4;
+    };
+    const auto failEachCall = [&] {
+        ForEachFailingCall(faults, [&] {
+            HICON icon =
+                HalfMaskedIcon(GetSystemMetrics(SM_CXSMICON), GetSystemMetrics(SM_CYSMICON), 0x00FF0000)
+                    .release();
+            HBITMAP bitmap = reinterpret_cast<HBITMAP>(ULONG_PTR{1});
+            int32_t result = 1;
+            destroyed = 0;
+            faults.During(
+                [&] { result = menu_set_item_icon_argb(menu_.get(), 10, false, icon, true, &bitmap); });
+            EXPECT_EQ(destroyed, 1);
+            EXPECT_EQ(result == 0, bitmap != nullptr);
+            EXPECT_EQ(result, codeOf());
+            if (bitmap != nullptr) DeleteObject(bitmap);
+        });
+    };
+    ExpectNoLeaks(failEachCall, 2);
+}
+
+TEST_F(MenuIcons, TheOldWayDrawsTheIconOnWhiteForBothStates) {
+    HBITMAP bitmap = nullptr;
+    ASSERT_EQ(menu_set_item_icon_legacy(nullptr, IDI_HAND, menu_.get(), 11, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    MENUITEMINFOW info = {};
+    info.cbSize = sizeof info;
+    info.fMask = MIIM_CHECKMARKS;
+    ASSERT_TRUE(GetMenuItemInfoW(menu_.get(), 11, FALSE, &info));
+    EXPECT_EQ(info.hbmpChecked, bitmap);
+    EXPECT_EQ(info.hbmpUnchecked, bitmap);
+    BITMAP size = {};
+    GetObjectW(bitmap, sizeof size, &size);
+    const DWORD dimensions = static_cast<DWORD>(GetMenuCheckMarkDimensions());
+    EXPECT_EQ(size.bmWidth, LOWORD(dimensions));
+    EXPECT_EQ(size.bmHeight, HIWORD(dimensions));
+    const std::vector<uint32_t> pixels = PixelsOf(bitmap, size.bmWidth, size.bmHeight);
+    EXPECT_EQ(pixels[0] & 0xFFFFFF, 0xFFFFFFu);  // a corner that the round icon leaves free
+    EXPECT_NE(pixels[static_cast<size_t>(size.bmHeight / 2 * size.bmWidth + size.bmWidth / 2)] & 0xFFFFFF,
+              0xFFFFFFu);
+}
+
+TEST_F(MenuIcons, EachFailingCallOfTheOldWayHasItsCodeAndLeavesNothing) {
+    CallFaults faults;
+    WATCH_CALL(faults, LoadIconW, nullptr, ERROR_RESOURCE_NAME_NOT_FOUND);
+    WATCH_CALL(faults, GetDC, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, CreateCompatibleDC, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, CreateCompatibleBitmap, nullptr, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, FillRect, 0, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, DrawIconEx, FALSE, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, SetMenuItemBitmaps, FALSE, ERROR_INVALID_PARAMETER);
+    const int32_t codes[] = {0,  -5,  -12, -12, -12, -12, -12, -11,  // one call fails
+                             -5, -12, -12, -12, -12, -12, -11};      // it and all later ones
+    const auto failEachCall = [&] {
+        size_t run = 0;
+        const int calls = ForEachFailingCall(faults, [&] {
+            HBITMAP bitmap = reinterpret_cast<HBITMAP>(ULONG_PTR{1});
+            int32_t result = 1;
+            faults.During(
+                [&] { result = menu_set_item_icon_legacy(nullptr, IDI_HAND, menu_.get(), 11, &bitmap); });
+            EXPECT_EQ(result, codes[run++]);
+            EXPECT_EQ(result == 0, bitmap != nullptr);
+            if (bitmap != nullptr) DeleteObject(bitmap);
+        });
+        EXPECT_EQ(calls, 7);
+    };
+    ExpectNoLeaks(failEachCall, 2);
+}
+
+TEST_F(MenuIcons, ABitmapThatCannotBeSelectedIsMinusNineInBothWays) {
+    const OwnedIcon icon = SmallIcon();
+    REPLACE_CALL(select, SelectObject, [](HDC, HGDIOBJ) { return HGDIOBJ{nullptr}; });
+    ExpectNoLeaks([&] {
+        HBITMAP bitmap = reinterpret_cast<HBITMAP>(ULONG_PTR{1});
+        EXPECT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), -9);
+        EXPECT_EQ(bitmap, nullptr);
+        bitmap = reinterpret_cast<HBITMAP>(ULONG_PTR{1});
+        EXPECT_EQ(menu_set_item_icon_legacy(nullptr, IDI_HAND, menu_.get(), 11, &bitmap), -9);
+        EXPECT_EQ(bitmap, nullptr);
+    });
+}
+
+TEST_F(MenuIcons, MajorVersionFiveIsNeverThemed) {
+    const ReplacedLookup lookup("IsAppThemed", AsFarProc(Themed));
+    DWORD major = 5;
+    REPLACE_CALL(version, GetVersionExW, [&](OSVERSIONINFOW* info) {
+        info->dwMajorVersion = major;
+        return TRUE;
+    });
+    EXPECT_FALSE(menu_is_themed());
+    major = 6;
+    EXPECT_TRUE(menu_is_themed());
+    major = 4;
+    EXPECT_TRUE(menu_is_themed());
+}
+
+TEST_F(MenuIcons, LaterVersionsAreThemedAsTheApplicationIs) {
+    const ReplacedLookup lookup("IsAppThemed", AsFarProc(NotThemed));
+    EXPECT_FALSE(menu_is_themed());
+}
+
+TEST_F(MenuIcons, ASystemWithoutThemesIsNotThemed) {
+    const ReplacedLookup lookup("IsAppThemed", nullptr);
+    EXPECT_FALSE(menu_is_themed());
+}
+
+TEST_F(MenuIcons, AThemedMenuShowsItsIconsAndDeletesThemAfterwards) {
+    ASSERT_TRUE(menu_is_themed()) << "this test needs a themed system";
+    MENUINFO style = {};
+    style.cbSize = sizeof style;
+    style.fMask = MIM_STYLE;
+    style.dwStyle = MNS_NOCHECK;
+    SetMenuInfo(menu_.get(), &style);
+    ModalDriver driver;
+    MenuRecord open;
+    driver.ExpectMenu().Do([&](MenuView& menu) {
+        open = menu.Read();
+        SaveScreenshot(nullptr, L"menu-icons-themed");
+        menu.Choose(11);
+    });
+    int32_t error = 99;
+    EXPECT_EQ(Track(false, &error), 11);
+    EXPECT_EQ(error, 0);
+    ASSERT_EQ(open.items.size(), 3u);
+    EXPECT_NE(open.items[0].bitmap, nullptr);
+    EXPECT_NE(open.items[1].bitmap, nullptr);
+    EXPECT_EQ(open.items[2].bitmap, nullptr);
+    EXPECT_EQ(open.style & (MNS_CHECKORBMP | MNS_NOCHECK), DWORD{MNS_CHECKORBMP});
+    // Deleted, and no longer in the menu or the records.
+    EXPECT_EQ(GetObjectType(open.items[0].bitmap), 0u);
+    EXPECT_EQ(GetObjectType(open.items[1].bitmap), 0u);
+    EXPECT_EQ(ItemBitmap(10), nullptr);
+    EXPECT_EQ(items_[0].bitmap, nullptr);
+}
+
+struct LoaderRow {
+    const char* name;
+    FARPROC loader;
+    int32_t error;
+};
+void PrintTo(const LoaderRow& row, std::ostream* out) {
+    *out << row.name;
+}
+class IconLoader : public MenuIcons, public testing::WithParamInterface<LoaderRow> {};
+
+TEST_P(IconLoader, ItsFailureIsReportedAndTheMenuOpensWithoutTheIcon) {
+    const ReplacedLookup lookup("LoadIconMetric", GetParam().loader);
+    ModalDriver driver;
+    MenuRecord open;
+    driver.ExpectMenu().Do([&](MenuView& menu) {
+        open = menu.Read();
+        menu.Choose(12);
+    });
+    int32_t error = 99;
+    EXPECT_EQ(Track(false, &error), 12);
+    EXPECT_EQ(error, GetParam().error);
+    EXPECT_EQ(open.Item(10)->bitmap, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Failures, IconLoader,
+                         testing::Values(LoaderRow{"NoSuchIcon", AsFarProc(NoIcon), -5},
+                                         LoaderRow{"ReportsThatItIsMissing", AsFarProc(NoIconLoader), -6},
+                                         LoaderRow{"IsMissing", nullptr, -6}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(MenuIcons, TheFirstErrorIsKeptAndTheOtherItemsGoOn) {
+    // A missing icon, an item that is not in the menu, and a good one.
+    items_ = {{12, GetModuleHandleW(nullptr), MAKEINTRESOURCEW(999), nullptr},
+              {77, nullptr, IDI_ASTERISK, nullptr},
+              {10, nullptr, IDI_ASTERISK, nullptr}};
+    ModalDriver driver;
+    MenuRecord open;
+    driver.ExpectMenu().Do([&](MenuView& menu) {
+        open = menu.Read();
+        menu.Dismiss();
+    });
+    int32_t error = 99;
+    EXPECT_EQ(Track(false, &error), 0);
+    EXPECT_EQ(error, -5);
+    EXPECT_EQ(open.Item(12)->bitmap, nullptr);
+    EXPECT_NE(open.Item(10)->bitmap, nullptr);
+}
+
+TEST_F(MenuIcons, AMenuWithoutThemesIsPlainUnlessForced) {
+    const ReplacedLookup lookup("IsAppThemed", AsFarProc(NotThemed));
+    REPLACE_CALL(plain, TrackPopupMenu, [](HMENU, UINT flags, int x, int y, int, HWND, const RECT*) {
+        EXPECT_EQ(flags, UINT{TPM_RETURNCMD});
+        EXPECT_EQ(x, 40);
+        EXPECT_EQ(y, 50);
+        return BOOL{7};
+    });
+    REPLACE_CALL(extended, TrackPopupMenuEx,
+                 [](HMENU, UINT, int, int, HWND, LPTPMPARAMS) { return BOOL{8}; });
+    REPLACE_CALL(load, LoadIconW, [](HINSTANCE, LPCWSTR) { return HICON{nullptr}; });
+    int32_t error = 99;
+    EXPECT_EQ(Track(false, &error), 7);
+    EXPECT_EQ(error, 0);
+    EXPECT_EQ(extended.calls(), 0);
+    EXPECT_EQ(load.calls(), 0);
+}
+
+TEST_F(MenuIcons, AForcedMenuWithoutThemesHasIconsInTheOldWay) {
+    const ReplacedLookup lookup("IsAppThemed", AsFarProc(NotThemed));
+    std::vector<HBITMAP> shown;
+    TPMPARAMS params = {};
+    LPTPMPARAMS paramsGiven = nullptr;
+    REPLACE_CALL(extended, TrackPopupMenuEx,
+                 [&](HMENU menu, UINT flags, int x, int y, HWND owner, LPTPMPARAMS given) {
+                     EXPECT_EQ(menu, menu_.get());
+                     EXPECT_EQ(flags, UINT{TPM_RETURNCMD});
+                     EXPECT_EQ(x, 40);
+                     EXPECT_EQ(y, 50);
+                     EXPECT_EQ(owner, owner_.get());
+                     paramsGiven = given;
+                     for (const MenuIconItem& item : items_)
+                         shown.push_back(item.bitmap);
+                     MENUINFO style = {};
+                     style.cbSize = sizeof style;
+                     style.fMask = MIM_STYLE;
+                     GetMenuInfo(menu, &style);
+                     EXPECT_EQ(style.dwStyle & MNS_CHECKORBMP, 0u);
+                     return BOOL{12};
+                 });
+    items_.push_back({12, GetModuleHandleW(nullptr), MAKEINTRESOURCEW(999), nullptr});
+    int32_t error = 99;
+    EXPECT_EQ(menu_track_popup_with_icons(menu_.get(), TPM_RETURNCMD, 40, 50, owner_.get(), &params,
+                                          items_.data(), 3, &error, true),
+              12);
+    EXPECT_EQ(paramsGiven, &params);
+    EXPECT_EQ(error, -5);
+    ASSERT_EQ(shown.size(), 3u);
+    EXPECT_NE(shown[0], nullptr);
+    EXPECT_NE(shown[1], nullptr);
+    EXPECT_EQ(shown[2], nullptr);
+    EXPECT_EQ(GetObjectType(shown[0]), 0u);
+    EXPECT_EQ(GetObjectType(shown[1]), 0u);
+}
+
+TEST_F(MenuIcons, TheErrorMayBeLeftOut) {
+    REPLACE_CALL(extended, TrackPopupMenuEx,
+                 [](HMENU, UINT, int, int, HWND, LPTPMPARAMS) { return BOOL{1}; });
+    EXPECT_EQ(Track(false, nullptr), 1);
+}
+
+TEST_F(MenuIcons, ShowingMenusLeavesNothingBehind) {
+    REPLACE_CALL(extended, TrackPopupMenuEx,
+                 [](HMENU, UINT, int, int, HWND, LPTPMPARAMS) { return BOOL{1}; });
+    ExpectNoLeaks([&] { Track(false, nullptr); });
+    const ReplacedLookup lookup("IsAppThemed", AsFarProc(NotThemed));
+    ExpectNoLeaks([&] { Track(true, nullptr); });
+}
+
+TEST(Theme, EachFunctionIsLookedUpOnceInTheSystemDirectory) {
+    ResetThemeLookups();
+    std::vector<std::wstring> loaded;
+    REPLACE_CALL(load, LoadLibraryW, [&](LPCWSTR path) {
+        loaded.push_back(path);
+        return LoadLibraryW(path);
+    });
+    ThemeIsAppThemed();
+    ThemeIsAppThemed();
+    wchar_t system[MAX_PATH] = L"";
+    GetSystemDirectoryW(system, MAX_PATH);
+    EXPECT_EQ(loaded, std::vector<std::wstring>{std::wstring(system) + L"\\uxtheme.dll"});
+}
+
+TEST(Theme, MissingFunctionsAreReported) {
+    REPLACE_CALL(lookup, GetProcAddress, [](HMODULE, LPCSTR) { return FARPROC{nullptr}; });
+    ResetThemeLookups();
+    const auto missing = static_cast<HRESULT>(0xE00000EE);
+    RGBQUAD* bits = nullptr;
+    int rowPixels = 0;
+    HICON icon = nullptr;
+    EXPECT_FALSE(ThemeIsAppThemed());
+    EXPECT_EQ(ThemeBeginBufferedPaint(nullptr, nullptr, BPBF_DIB, nullptr, nullptr), nullptr);
+    EXPECT_EQ(ThemeGetBufferedPaintBits(nullptr, &bits, &rowPixels), missing);
+    EXPECT_EQ(ThemeEndBufferedPaint(nullptr, true), missing);
+    EXPECT_EQ(ThemeLoadSmallIcon(nullptr, IDI_HAND, &icon), missing);
+    ResetThemeLookups();
+}
+
+TEST(Theme, TheSmallIconHasTheSmallSize) {
+    HICON icon = nullptr;
+    ASSERT_EQ(ThemeLoadSmallIcon(nullptr, IDI_HAND, &icon), S_OK);
+    const OwnedIcon owned(icon);
+    ICONINFO info = {};
+    ASSERT_TRUE(GetIconInfo(icon, &info));
+    const OwnedBitmap colour(info.hbmColor);
+    const OwnedBitmap mask(info.hbmMask);
+    BITMAP size = {};
+    GetObjectW(info.hbmMask, sizeof size, &size);
+    EXPECT_EQ(size.bmWidth, GetSystemMetrics(SM_CXSMICON));
+}
+
+}  // namespace

@@ -47,7 +47,7 @@ struct ImageHeaders {
 
 bool ReadImageHeaders(FileBytes& file, ImageHeaders* headers) noexcept {
     IMAGE_DOS_HEADER dos;
-    if (!ReadRecord(file, 0, &dos) || dos.e_magic != IMAGE_DOS_SIGNATURE || dos.e_lfanew < 0) return false;
+    if (!ReadRecord(file, 0, &dos) || dos.e_magic != IMAGE_DOS_SIGNATURE) return false;
     const uint64_t start = static_cast<uint32_t>(dos.e_lfanew);
     DWORD signature;
     if (!ReadRecord(file, start, &signature) || signature != IMAGE_NT_SIGNATURE) return false;
@@ -151,7 +151,7 @@ bool FindStringTable(const ResourceSection& section, uint16_t table,
 // The table's strings stand one after another, so that each is reached over those before it.
 bool FindInTable(const ResourceSection& section, const IMAGE_RESOURCE_DATA_ENTRY& data, uint32_t index,
                  PeString* found) noexcept {
-    if (data.OffsetToData < section.address) return false;
+    // An address before the section wraps to an offset far behind it.
     const uint32_t table = data.OffsetToData - section.address;
     if (!section.Holds(table, data.Size)) return false;
     uint32_t used = 0;

@@ -156,10 +156,10 @@ TEST(CustomResourceCheck, WithoutASlotTheTextStaysUntouched) {
     EXPECT_EQ(text.WrittenExtent(), size_t{0});
 }
 
-// Says that it has the given size, and that everything behind the image cannot be read.
-class OverstatedBytes final : public FileBytes {
+// Says that it has the given size; what is behind the image cannot be read.
+class MisstatedBytes final : public FileBytes {
   public:
-    OverstatedBytes(const Bytes& image, uint64_t bytes) : image_(image), bytes_(bytes) {}
+    MisstatedBytes(const Bytes& image, uint64_t bytes) : image_(image), bytes_(bytes) {}
     uint64_t SizeInBytes() noexcept override { return bytes_; }
     bool ReadAt(uint64_t position, void* buffer, size_t bytes) noexcept override {
         return image_.ReadAt(position, buffer, bytes);
@@ -173,10 +173,20 @@ class OverstatedBytes final : public FileBytes {
 TEST(CustomResourceCheck, AFileThatCannotBeReadInFullFails) {
     const Bytes image = StampedLibrary();
     for (const uint64_t bytes : {uint64_t{image.size() + 1}, uint64_t{0x80000000}, UINT64_MAX, uint64_t{0}}) {
-        OverstatedBytes file(image, bytes);
+        MisstatedBytes file(image, bytes);
         int32_t chars = -1;
         EXPECT_FALSE(VerifyCustomResource(file, &chars, nullptr, 0)) << bytes;
         EXPECT_EQ(chars, kCustomResourceDigestChars);
+    }
+}
+
+TEST(CustomResourceCheck, AFileThatEndsWithinTheSlotFails) {
+    const Bytes image = StampedLibrary();
+    const uint64_t slot = FindText(image, StoredDigest(image)) - 2;
+    for (const uint64_t bytes : {slot - 1, slot, slot + 1, slot + kCustomResourceSlotBytes - 1}) {
+        MisstatedBytes shrunk(image, bytes);
+        CustomResourceDigest digest;
+        EXPECT_FALSE(ComputeCustomResourceDigest(shrunk, slot, digest)) << bytes;
     }
 }
 

@@ -172,9 +172,13 @@ INSTANTIATE_TEST_SUITE_P(
         Damage{"PeSignature", [](Bytes& i) { i[sizeof(IMAGE_DOS_HEADER)] = 'Q'; }},
         Damage{"NoSections", [](Bytes& i) { FileHeader(i).NumberOfSections = 0; }},
         Damage{"NoOptionalHeader", [](Bytes& i) { FileHeader(i).SizeOfOptionalHeader = 0; }},
+        // The section table follows the shorter header, so that nothing else is wrong.
         Damage{"OptionalHeaderEndsBeforeTheDirectory",
                [](Bytes& i) {
-                   FileHeader(i).SizeOfOptionalHeader = offsetof(IMAGE_OPTIONAL_HEADER64, DataDirectory) + 23;
+                   constexpr WORD kBytes = offsetof(IMAGE_OPTIONAL_HEADER64, DataDirectory) + 23;
+                   const IMAGE_SECTION_HEADER section = Section(i);
+                   FileHeader(i).SizeOfOptionalHeader = kBytes;
+                   memcpy(reinterpret_cast<uint8_t*>(&OptionalHeader(i)) + kBytes, &section, sizeof(section));
                }},
         Damage{"UnknownMagic", [](Bytes& i) { OptionalHeader(i).Magic = 0x107; }},
         Damage{"MagicOfTheOtherKind",

@@ -121,6 +121,27 @@ bool TellPort(const SimDeviceState_st& device) {
     return CallForPostProcessing(vcom);
 }
 
+// A number of the driver's Parameters key; "not set" when there is none.
+std::string Parameter(const wchar_t* name) {
+    DWORD number = 0;
+    DWORD bytes = sizeof number;
+    const LSTATUS error =
+        RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\services\\Qrv_tavix\\Parameters", name,
+                     RRF_RT_REG_DWORD, nullptr, &number, &bytes);
+    return error == ERROR_SUCCESS ? std::to_string(number) : "not set";
+}
+
+bool TellTuning() {
+    const bool looked = Parameter(L"InitVMDetectDone") == "1";
+    const bool tuned = Parameter(L"isDropPartialBytesOnUsbError") == "1";
+    Tell("   the coinstaller has %s whether this is a virtual machine%s", looked ? "looked" : "not looked",
+         tuned ? ", and has tuned the driver for it" : ": it is none");
+    Tell("   isDropPartialBytesOnUsbError: %s, ClearInputDelayMillisecMinimum: %s",
+         Parameter(L"isDropPartialBytesOnUsbError").c_str(),
+         Parameter(L"ClearInputDelayMillisecMinimum").c_str());
+    return looked;
+}
+
 int Plug(const std::wstring& packageFolder) {
     const UsbIdentity identity = DemoDevice();
     Tell("-- the driver package is put where the device installer searches");
@@ -133,7 +154,7 @@ int Plug(const std::wstring& packageFolder) {
     Tell("   the device installer has called %ls for it", usb.Coinstaller().c_str());
 
     SimulatedDriver driver;
-    if (!Succeeded("reach the driver", driver.Connect(5000)) || !TellBus()) return 1;
+    if (!Succeeded("reach the driver", driver.Connect(5000)) || !TellBus() || !TellTuning()) return 1;
     const auto device = driver.FindDevice(identity.InstanceId());
     if (!device || !TellPort(*device)) return 1;
     return TellRequests(driver);

@@ -68,6 +68,8 @@ NTSTATUS DeclareFault(RequestCall& call) {
     if (call.inputBytes < sizeof(SimFault_st)) return STATUS_INFO_LENGTH_MISMATCH;
     const auto& rule = call.Input<SimFault_st>();
     if (call.inputBytes - sizeof(SimFault_st) != rule.dataBytes) return STATUS_INFO_LENGTH_MISMATCH;
+    if ((rule.flags & kSimFaultStatus) != 0 && rule.ntStatus == STATUS_PENDING)
+        return STATUS_INVALID_PARAMETER;
     return AddFault(rule, call.input + sizeof(SimFault_st)) ? STATUS_SUCCESS : STATUS_INSUFFICIENT_RESOURCES;
 }
 

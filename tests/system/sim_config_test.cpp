@@ -232,4 +232,45 @@ TEST_F(SimConfig, LogRecordIsTheDeclaredOneByteForByte) {
     EXPECT_EQ(std::memcmp(&read, &declared, sizeof(read)), 0);
 }
 
+// The system's database of COM names, one bit each, put back afterwards.
+class ComDatabase {
+  public:
+    ComDatabase() {
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Control\\COM Name Arbiter", 0,
+                        nullptr, 0, KEY_ALL_ACCESS, nullptr, key_.put(), nullptr);
+        DWORD bytes = sizeof(saved_);
+        wasThere_ = RegQueryValueExW(key_.get(), L"ComDB", nullptr, nullptr, saved_, &bytes) == ERROR_SUCCESS;
+        savedBytes_ = bytes;
+    }
+    ComDatabase(const ComDatabase&) = delete;
+    ~ComDatabase() {
+        if (wasThere_)
+            RegSetValueExW(key_.get(), L"ComDB", 0, REG_BINARY, saved_, savedBytes_);
+        else
+            RegDeleteValueW(key_.get(), L"ComDB");
+    }
+    void Mark(uint32_t portNumber) {
+        BYTE bits[32] = {};
+        bits[(portNumber - 1) / 8] = static_cast<BYTE>(1 << (portNumber - 1) % 8);
+        RegSetValueExW(key_.get(), L"ComDB", 0, REG_BINARY, bits, sizeof(bits));
+    }
+
+  private:
+    RegistryKey key_;
+    BYTE saved_[64] = {};
+    DWORD savedBytes_ = 0;
+    bool wasThere_ = false;
+};
+
+TEST_F(SimConfig, PortsOfTheComDatabaseBelongToAnotherProvider) {
+    ComDatabase database;
+    Plug({}, {.portNumber = 30});
+    database.Mark(60);
+    EXPECT_EQ(StateOf(QueryVcomCfg(L"1&2"), 60), kPortOfOtherProvider);
+    EXPECT_EQ(StateOf(QueryVcomCfg(L"1&2"), 59), kPortFree);
+    EXPECT_EQ(StateOf(QueryVcomCfg(L"1&2"), 61), kPortFree);
+    database.Mark(30);
+    EXPECT_EQ(StateOf(QueryVcomCfg(L"1&2"), 30), kPortOfThisVcom);
+}
+
 }  // namespace

@@ -208,4 +208,10 @@ TEST_F(SimFaults, FaultWithBrokenLengthIsRefused) {
     EXPECT_EQ(Request(control, kSimAddFault, &fault, sizeof(fault) - 1, nullptr, 0), ERROR_BAD_LENGTH);
 }
 
+// A request that is answered as pending would never end.
+TEST_F(SimFaults, PendingIsNoStatusToFailWith) {
+    EXPECT_EQ(driver_.FailNext(IOCTL_TAVIX_GetDriverVersion, 0x103), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(QueryVersion(), ERROR_SUCCESS);
+}
+
 }  // namespace

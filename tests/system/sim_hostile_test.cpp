@@ -92,4 +92,20 @@ TEST_F(SimHostile, ManyDevicesComeAndGo) {
     EXPECT_TRUE(IsAnswering());
 }
 
+TEST_F(SimHostile, OpenPortMayLoseItsVcom) {
+    for (int round = 0; round < 5; ++round) {
+        const SimDeviceState_st device = Plug();
+        const std::wstring path = std::wstring(L"\\\\.\\") + device.portName;
+        FileHandle port(
+            CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        ASSERT_TRUE(port);
+        ASSERT_EQ(driver_.Forget(device.instanceId), ERROR_SUCCESS);
+        ASSERT_FALSE(driver_.FindDevice(device.instanceId));
+        DWORD written = 0;
+        WriteFile(port.get(), "x", 1, &written, nullptr);
+        port.reset();
+        EXPECT_TRUE(IsAnswering());
+    }
+}
+
 }  // namespace

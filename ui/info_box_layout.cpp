@@ -11,10 +11,18 @@ namespace {
 constexpr int kTextMargins = 16;
 constexpr int kShrunkPixels = 15;
 
-SIZE WindowSize(HWND window) noexcept {
+// A minimised window counts with the place that it will return to.
+RECT PresentRect(HWND window) noexcept {
     RECT rect{};
     GetWindowRect(window, &rect);
-    return SizeOf(rect);
+    WINDOWPLACEMENT placement{};
+    placement.length = sizeof placement;
+    if (IsIconic(window) && GetWindowPlacement(window, &placement)) rect = placement.rcNormalPosition;
+    return rect;
+}
+
+SIZE WindowSize(HWND window) noexcept {
+    return SizeOf(PresentRect(window));
 }
 
 HWND TextControl(const FlexiInfoState& state) noexcept {
@@ -66,6 +74,14 @@ RECT ComputeTarget(FlexiInfoState& state, SIZE text) noexcept {
 }
 
 void MoveBox(const FlexiInfoState& state, const RECT& rect) noexcept {
+    WINDOWPLACEMENT placement{};
+    placement.length = sizeof placement;
+    if (IsIconic(state.hwnd) && GetWindowPlacement(state.hwnd, &placement)) {
+        placement.showCmd = SW_SHOWMINNOACTIVE;
+        placement.rcNormalPosition = rect;
+        SetWindowPlacement(state.hwnd, &placement);
+        return;
+    }
     const SIZE size = SizeOf(rect);
     MoveWindow(state.hwnd, rect.left, rect.top, size.cx, size.cy, TRUE);
 }
@@ -112,20 +128,16 @@ void PlaceInfoBox(FlexiInfoState& state) noexcept {
 
 void GrowInfoBox(FlexiInfoState& state) noexcept {
     const SIZE text = MeasureText(state);
-    // A minimised window and its text control say nothing about the sizes that the text needs.
-    if (!IsIconic(state.hwnd)) {
-        RECT present{};
-        GetWindowRect(state.hwnd, &present);
-        const bool mayGrow = IsNotShrunk(SizeOf(present), state.target);
-        const RECT grown = GrownTarget(state.target, ComputeTarget(state, text));
-        const bool grew = !EqualRect(&grown, &state.target);
-        state.target = grown;
-        if (grew && mayGrow) {
-            const SIZE size = SizeOf(grown);
-            RECT moved{};
-            rect_fit_to_monitor(&moved, &present, size.cx, size.cy, nullptr);
-            MoveBox(state, moved);
-        }
+    const RECT present = PresentRect(state.hwnd);
+    const bool mayGrow = IsNotShrunk(SizeOf(present), state.target);
+    const RECT grown = GrownTarget(state.target, ComputeTarget(state, text));
+    const bool grew = !EqualRect(&grown, &state.target);
+    state.target = grown;
+    if (grew && mayGrow) {
+        const SIZE size = SizeOf(grown);
+        RECT moved{};
+        rect_fit_to_monitor(&moved, &present, size.cx, size.cy, nullptr);
+        MoveBox(state, moved);
     }
     const SIZE control = WindowSize(TextControl(state));
     if (text.cx > control.cx || text.cy > control.cy) SetScrollBar(state, true);

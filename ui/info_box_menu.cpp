@@ -9,6 +9,9 @@
 
 namespace {
 
+// -2 becomes 0x40000002, and so on.
+constexpr int32_t kSpecialCommands = 0x40000000;
+
 uint32_t DetachState(bool hasParent, bool attached) noexcept {
     if (!hasParent) return kMenuItemHidden;
     return attached ? kMenuItemUnchecked : kMenuItemChecked;
@@ -38,6 +41,17 @@ bool NormaliseMenu(FlexiInfoMenuItem* items, int32_t count, bool hasParent, bool
     return showTime;
 }
 
+UINT MenuCommandOf(int32_t itemId) noexcept {
+    const bool special = itemId >= FIMI_Detach && itemId <= FIMI_CopyToClipboard;
+    return static_cast<UINT>(special ? kSpecialCommands - itemId : itemId);
+}
+
+int32_t MenuItemIdOf(int32_t command) noexcept {
+    const bool special =
+        command >= kSpecialCommands - FIMI_CopyToClipboard && command <= kSpecialCommands - FIMI_Detach;
+    return special ? kSpecialCommands - command : command;
+}
+
 OwnedMenu BuildMenu(const FlexiInfoMenuItem* items, int32_t count) noexcept {
     OwnedMenu menu(CreatePopupMenu());
     if (!menu) return menu;
@@ -46,7 +60,7 @@ OwnedMenu BuildMenu(const FlexiInfoMenuItem* items, int32_t count) noexcept {
         if (item.state == kMenuItemHidden) continue;
         const UINT check = item.state == kMenuItemChecked ? MF_CHECKED : MF_UNCHECKED;
         const UINT kind = item.id == 0 ? UINT{MF_SEPARATOR} : UINT{MF_STRING} | check;
-        AppendMenuW(menu.get(), kind, static_cast<UINT>(item.id), item.text);
+        AppendMenuW(menu.get(), kind, MenuCommandOf(item.id), item.text);
     }
     return menu;
 }
@@ -67,9 +81,10 @@ void TrackInfoBoxMenu(FlexiInfoState& state, POINT screen) noexcept {
     const OwnedMenu menu = BuildMenu(state.params.menuItems, state.params.menuItemCount);
     const HWND hwnd = state.hwnd;
     state.menuOpen = true;
-    const int32_t chosen = menu ? TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON, screen.x,
-                                                 screen.y, 0, hwnd, nullptr)
-                                : 0;
+    const int command = menu ? TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_RIGHTBUTTON, screen.x, screen.y,
+                                              0, hwnd, nullptr)
+                             : 0;
+    const int32_t chosen = MenuItemIdOf(command);
     state.menuOpen = false;
     // The auto-refresh goes on while the menu is open, and its callback may close the box.
     if (state.hwnd != hwnd || state.ended) return;

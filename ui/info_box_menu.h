@@ -14,6 +14,11 @@ struct FlexiInfoState;
 // last refresh is shown from the start.
 bool NormaliseMenu(FlexiInfoMenuItem* items, int32_t count, bool hasParent, bool attached) noexcept;
 
+// The command that an entry has in the pop-up menu, and the way back. Menu code uses small negative numbers
+// for states of its own (a menu may not even close on -2), so the special entries go by large positive ones.
+UINT MenuCommandOf(int32_t itemId) noexcept;
+int32_t MenuItemIdOf(int32_t command) noexcept;
+
 // Null when the menu cannot be made.
 OwnedMenu BuildMenu(const FlexiInfoMenuItem* items, int32_t count) noexcept;
 

@@ -271,6 +271,12 @@ void OnDestroy(FlexiInfoState& state) noexcept {
     state.hint.reset();
     StopAutoRefresh(state);
     state.font.reset();
+    // A window destroyed by others leaves its owner disabled and the modal loop waiting; any message lets the
+    // loop look again.
+    if (!state.ended) {
+        EndDialog(state.hwnd, IDCANCEL);
+        PostMessageW(nullptr, WM_NULL, 0, 0);
+    }
     state.hwnd = nullptr;
 }
 

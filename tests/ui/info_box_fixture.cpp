@@ -95,7 +95,7 @@ uint32_t InfoBoxTest::Show(FlexiInfoParams params, const wchar_t* text,
                            const std::function<void(OpenInfoBox&)>& script) {
     if (params.textBufferChars == 0) params.textBufferChars = static_cast<uint32_t>(buffer_.size());
     wcsncpy(buffer_.data(), text, buffer_.size() - 1);
-    driver_.ExpectBox(params.title != nullptr ? params.title : L"FlexiInfo").Do([&](BoxView& view) {
+    driver_.ExpectBox(params.title != nullptr ? params.title : L"FlexiInfo").Do([script](BoxView& view) {
         OpenInfoBox box(view);
         script(box);
     });

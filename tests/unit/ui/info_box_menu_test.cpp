@@ -101,6 +101,16 @@ TEST(InfoBoxMenu, ADismissedMenuTogglesNothing) {
     EXPECT_EQ(hiddenSeparator.state, kMenuItemHidden);
 }
 
+TEST(InfoBoxMenu, EveryIdComesBackFromItsCommand) {
+    for (const int32_t id : {FIMI_CopyToClipboard, FIMI_ShowRefreshTime, FIMI_Detach}) {
+        EXPECT_GT(static_cast<int32_t>(MenuCommandOf(id)), 0xFFFF);
+        EXPECT_EQ(MenuItemIdOf(static_cast<int32_t>(MenuCommandOf(id))), id);
+        EXPECT_EQ(MenuItemIdOf(id), id);
+    }
+    for (const int32_t id : {0, 1, 100, 0xFFFF, -1, -5})
+        EXPECT_EQ(MenuCommandOf(id), static_cast<UINT>(id));
+}
+
 std::wstring TextAt(HMENU menu, UINT position) {
     wchar_t text[80]{};
     GetMenuStringW(menu, position, text, 80, MF_BYPOSITION);
@@ -121,7 +131,8 @@ TEST(InfoBoxMenu, ShowsTheVisibleEntriesInTableOrder) {
     EXPECT_TRUE(GetMenuState(menu.get(), 1, MF_BYPOSITION) & MF_SEPARATOR);
     EXPECT_FALSE(GetMenuState(menu.get(), 0, MF_BYPOSITION) & MF_CHECKED);
     EXPECT_TRUE(GetMenuState(menu.get(), 2, MF_BYPOSITION) & MF_CHECKED);
-    EXPECT_EQ(static_cast<int32_t>(GetMenuItemID(menu.get(), 2)), FIMI_ShowRefreshTime);
+    EXPECT_EQ(GetMenuItemID(menu.get(), 0), 100u);
+    EXPECT_EQ(MenuItemIdOf(static_cast<int32_t>(GetMenuItemID(menu.get(), 2))), FIMI_ShowRefreshTime);
 }
 
 }  // namespace

@@ -1,0 +1,199 @@
+#include "ui/info_box_layout.h"
+
+#include "base/xfmt.h"
+
+#include "tests/support/import_redirect.h"
+#include "tests/ui/info_box_fixture.h"
+
+namespace {
+
+std::wstring Lines(int count, const wchar_t* line) {
+    std::wstring text;
+    for (int i = 0; i < count; ++i)
+        text += (i == 0 ? L"" : L"\n") + std::wstring(line);
+    return text;
+}
+
+class InfoBoxLayoutTest : public InfoBoxTest {
+  protected:
+    InfoBoxLayoutTest() { buffer_.resize(200000); }
+
+    FlexiInfoParams WithNextTexts(std::vector<std::wstring> texts) {
+        callback_.act = [texts = std::move(texts), next = size_t{0}](FlexiInfoEvent& event, wchar_t* text,
+                                                                     uint32_t chars) mutable {
+            if (event.reason != kReasonRefreshButton || next == texts.size()) return FIR_NoChange;
+            xfmt(text, static_cast<int32_t>(chars), L"%s", texts[next++].c_str());
+            return FIR_NormalIcon;
+        };
+        FlexiInfoParams params = Recorded();
+        params.showRefreshButton = 1;
+        return params;
+    }
+};
+
+// The pixels that the text needs in the font of the box.
+SIZE TextSize(const OpenInfoBox& box, const std::wstring& text) {
+    const HWND control = GetDlgItem(box.hwnd(), kInfoBoxTextId);
+    const HDC dc = GetDC(control);
+    const HGDIOBJ before =
+        SelectObject(dc, reinterpret_cast<HGDIOBJ>(SendMessageW(control, WM_GETFONT, 0, 0)));
+    RECT rect{0, 0, 1, 1};
+    DrawTextW(dc, text.c_str(), -1, &rect, DT_CALCRECT | DT_NOPREFIX | DT_EXPANDTABS);
+    SelectObject(dc, before);
+    ReleaseDC(control, dc);
+    return SizeOf(rect);
+}
+
+TEST_F(InfoBoxLayoutTest, TheTextControlHoldsTheWholeText) {
+    const std::wstring text =
+        Lines(20, L"a line that is wider than the template & has\ta tab and some more words in it");
+    Show(Recorded(), text.c_str(), [&](OpenInfoBox& box) {
+        const SIZE needed = TextSize(box, text);
+        const SIZE control = SizeOf(box.AreaOf(kInfoBoxTextId));
+        EXPECT_EQ(control.cx, needed.cx + GetSystemMetrics(SM_CXVSCROLL) + 16);
+        EXPECT_EQ(control.cy, needed.cy);
+        EXPECT_FALSE(box.HasScrollBar());
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxLayoutTest, TheBoxStandsInTheMiddleOfItsOwner) {
+    const std::wstring text =
+        Lines(20, L"a line that is wider than the template, with many more words to show");
+    Show(Recorded(), text.c_str(), [&](OpenInfoBox& box) {
+        RECT owner{};
+        GetWindowRect(parent(), &owner);
+        EXPECT_NEAR(box.Area().left + box.Area().right, owner.left + owner.right, 2);
+        EXPECT_NEAR(box.Area().top + box.Area().bottom, owner.top + owner.bottom, 2);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxLayoutTest, ADetachedBoxStandsAtTheMouseCursor) {
+    REPLACE_CALL(cursor, GetCursorPos, [](POINT* place) {
+        *place = {700, 600};
+        return TRUE;
+    });
+    FlexiInfoParams params = Recorded();
+    params.startDetached = 1;
+    Show(params, Lines(10, L"a line that is wider than the template, with more words").c_str(),
+         [&](OpenInfoBox& box) {
+             EXPECT_NEAR(box.Area().left + box.Area().right, 1400, 2);
+             EXPECT_NEAR(box.Area().top + box.Area().bottom, 1200, 2);
+             box.Command(kInfoBoxOkId);
+         });
+}
+
+TEST_F(InfoBoxLayoutTest, NearABorderTheBoxStaysOnTheWorkArea) {
+    const RECT work = WorkArea();
+    for (const POINT corner :
+         {POINT{work.left - 400, work.top - 300}, POINT{work.right - 100, work.bottom - 100}}) {
+        SetWindowPos(parent(), nullptr, corner.x, corner.y, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+        for (const wchar_t* text : {L"", L"several\nlines\nof\ntext"})
+            Show(Recorded(), text, [&](OpenInfoBox& box) {
+                const RECT area = box.Area();
+                EXPECT_GE(area.left, work.left);
+                EXPECT_GE(area.top, work.top);
+                EXPECT_LE(area.right, work.right);
+                EXPECT_LE(area.bottom, work.bottom);
+                box.Command(kInfoBoxOkId);
+            });
+    }
+}
+
+TEST_F(InfoBoxLayoutTest, GrowsWithItsTextAndNeverShrinks) {
+    Show(WithNextTexts({Lines(30, L"line"),
+                        Lines(5, L"a line that is quite a lot wider than the template is, is it not"),
+                        L"short"}),
+         L"start", [&](OpenInfoBox& box) {
+             const SIZE start = SizeOf(box.Area());
+             box.Command(kInfoBoxRefreshId);
+             const SIZE higher = SizeOf(box.Area());
+             EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(30, L"line")).cy);
+             EXPECT_EQ(higher.cx, start.cx);
+             box.Command(kInfoBoxRefreshId);
+             const SIZE wider = SizeOf(box.Area());
+             EXPECT_GT(wider.cx, higher.cx);
+             EXPECT_EQ(wider.cy, higher.cy);
+             box.Command(kInfoBoxRefreshId);
+             EXPECT_EQ(SizeOf(box.Area()).cx, wider.cx);
+             EXPECT_EQ(SizeOf(box.Area()).cy, wider.cy);
+             EXPECT_FALSE(box.HasScrollBar());
+             box.Command(kInfoBoxOkId);
+         });
+}
+
+TEST_F(InfoBoxLayoutTest, OnceShrunkByFifteenPixelsItGrowsNoMore) {
+    for (const int shrink : {14, 15}) {
+        Show(WithNextTexts({Lines(40, L"line")}), Lines(20, L"line").c_str(), [&](OpenInfoBox& box) {
+            const SIZE full = SizeOf(box.Area());
+            box.Resize(full.cx, full.cy - shrink);
+            ASSERT_EQ(SizeOf(box.Area()).cy, full.cy - shrink);
+            EXPECT_TRUE(box.HasScrollBar());
+            box.Command(kInfoBoxRefreshId);
+            if (shrink == 14) {
+                EXPECT_GT(SizeOf(box.Area()).cy, full.cy);
+                EXPECT_FALSE(box.HasScrollBar());
+            } else {
+                EXPECT_EQ(SizeOf(box.Area()).cy, full.cy - shrink);
+                EXPECT_TRUE(box.HasScrollBar());
+                // The target has grown all the same: the user may now make the box as large as the text.
+                box.Resize(full.cx, 5000);
+                EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(40, L"line")).cy);
+                EXPECT_FALSE(box.HasScrollBar());
+            }
+            box.Command(kInfoBoxOkId);
+        });
+    }
+}
+
+TEST_F(InfoBoxLayoutTest, TheUserMayResizeBetweenTemplateAndTextSize) {
+    Show(Recorded(), Lines(20, L"a line that is quite a lot wider than the template is, is it not").c_str(),
+         [&](OpenInfoBox& box) {
+             const SIZE full = SizeOf(box.Area());
+             box.Resize(5000, 5000);
+             EXPECT_EQ(SizeOf(box.Area()).cx, full.cx);
+             EXPECT_EQ(SizeOf(box.Area()).cy, full.cy);
+             box.Resize(10, 10);
+             RECT smallest{0, 0, 156, 56};
+             MapDialogRect(box.hwnd(), &smallest);
+             RECT client{};
+             GetClientRect(box.hwnd(), &client);
+             EXPECT_NEAR(client.right, smallest.right, 1);
+             EXPECT_NEAR(client.bottom, smallest.bottom, 1);
+             EXPECT_TRUE(box.HasScrollBar());
+             box.Resize(full.cx, full.cy);
+             EXPECT_FALSE(box.HasScrollBar());
+             box.Command(kInfoBoxOkId);
+         });
+}
+
+TEST_F(InfoBoxLayoutTest, GrowsUpToTheWorkAreaAndThenKeepsItsScrollBar) {
+    const RECT work = WorkArea();
+    Show(WithNextTexts({Lines(500, L"line"), L"short"}), L"start", [&](OpenInfoBox& box) {
+        box.Command(kInfoBoxRefreshId);
+        EXPECT_EQ(SizeOf(box.Area()).cy, work.bottom - work.top);
+        EXPECT_TRUE(box.HasScrollBar());
+        box.Command(kInfoBoxRefreshId);
+        EXPECT_TRUE(box.HasScrollBar());
+        box.Resize(400, 300);
+        box.Resize(5000, 5000);
+        EXPECT_TRUE(box.HasScrollBar());
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxLayoutTest, AMinimisedBoxComesBackGrown) {
+    Show(WithNextTexts({Lines(20, L"line")}), Lines(10, L"line").c_str(), [&](OpenInfoBox& box) {
+        SendMessageW(box.hwnd(), WM_SYSCOMMAND, SC_MINIMIZE, 0);
+        EXPECT_TRUE(IsIconic(box.hwnd()));
+        box.Command(kInfoBoxRefreshId);
+        EXPECT_TRUE(IsIconic(box.hwnd()));
+        SendMessageW(box.hwnd(), WM_SYSCOMMAND, SC_RESTORE, 0);
+        EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(20, L"line")).cy);
+        EXPECT_FALSE(box.HasScrollBar());
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+}  // namespace

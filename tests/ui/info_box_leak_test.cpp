@@ -1,0 +1,34 @@
+#include <array>
+
+#include "tests/support/leak_counters.h"
+#include "tests/ui/info_box_fixture.h"
+
+namespace {
+
+// Without the driver's threads, whose own handles would be counted: the box's callback closes it.
+void OpenAndClose(HWND parent) {
+    std::array<FlexiInfoMenuItem, 2> items{
+        {{100, kMenuItemUnchecked, L"Entry"}, {FIMI_Detach, 0, L"Detach"}}};
+    FlexiInfoParams params{};
+    params.okText = L"OK";
+    params.cancelText = L"Cancel";
+    params.autoRefreshMs = 60000;
+    params.autoRefreshAtStart = 1;
+    params.menuItems = items.data();
+    params.menuItemCount = 2;
+    params.refreshProc = [](void*, FlexiInfoEvent* event, wchar_t*, uint32_t) noexcept {
+        if (event->reason == kReasonRefresh) PostMessageW(event->hwnd, WM_COMMAND, kInfoBoxOkId, 0);
+        return event->reason == kReasonRefresh ? FIR_AlertIcon : FIR_NormalIcon;
+    };
+    wchar_t text[] = L"first line\nsecond line";
+    params.textBufferChars = 23;
+    EXPECT_EQ(FlexiInfoBox(parent, &params, text), kInfoBoxOk);
+}
+
+TEST(InfoBoxLeaks, FiveHundredBoxesLeaveNothingBehind) {
+    const OwnedWindow parent(CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 300,
+                                             250, 500, 400, nullptr, nullptr, nullptr, nullptr));
+    ExpectNoLeaks([&] { OpenAndClose(parent.get()); }, 500);
+}
+
+}  // namespace

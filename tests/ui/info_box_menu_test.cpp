@@ -1,0 +1,305 @@
+#include "ui/info_box_menu.h"
+
+#include <array>
+
+#include "base/time_text.h"
+
+#include "tests/ui/info_box_fixture.h"
+
+namespace {
+
+enum class Place { kAttached, kDetached, kWithoutParent };
+
+struct ChoiceRow {
+    const char* name;
+    Place place;
+    int32_t id;  // 0: the menu is dismissed
+};
+void PrintTo(const ChoiceRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+using Items = std::array<FlexiInfoMenuItem, 6>;
+
+Items AllKinds() {
+    return {{{100, kMenuItemUnchecked, L"Display thousand separator"},
+             {FIMI_Detach, 0, L"Detach infobox from parent"},
+             {0, 0, nullptr},
+             {FIMI_CopyToClipboard, kMenuItemUnchecked, L"Copy to clipboard"},
+             {FIMI_ShowRefreshTime, kMenuItemUnchecked, L"Show last refresh time on title"},
+             {101, kMenuItemPlain, L"Reset session Stat"}}};
+}
+
+class InfoBoxMenuTest : public InfoBoxTest {
+  protected:
+    FlexiInfoParams WithMenu() {
+        FlexiInfoParams params = Recorded();
+        params.textBufferChars = static_cast<uint32_t>(buffer_.size());
+        params.menuItems = items_.data();
+        params.menuItemCount = static_cast<int32_t>(items_.size());
+        params.hintSeconds = -1;
+        return params;
+    }
+    Items items_ = AllKinds();
+};
+
+class InfoBoxChoices : public InfoBoxMenuTest, public testing::WithParamInterface<ChoiceRow> {
+  protected:
+    bool Reopens() const { return GetParam().id == FIMI_Detach; }
+};
+
+TEST_P(InfoBoxChoices, AreCarriedOutAndReported) {
+    FlexiInfoParams params = WithMenu();
+    params.startDetached = GetParam().place == Place::kDetached ? 1 : 0;
+    const HWND owner = GetParam().place == Place::kWithoutParent ? nullptr : parent();
+    wcscpy(buffer_.data(), L"shown");
+    auto& menu = driver_.ExpectMenu();
+    GetParam().id == 0 ? menu.Dismiss() : menu.Choose(MenuCommandOf(GetParam().id));
+    auto& first = driver_.ExpectBox(L"FlexiInfo");
+    const auto choose = [](BoxView& view) { OpenInfoBox(view).RightClick(); };
+    const auto chooseAndClose = [](BoxView& view) {
+        OpenInfoBox(view).RightClick();
+        OpenInfoBox(view).Command(kInfoBoxOkId);
+    };
+    if (Reopens()) {
+        first.Do(choose);
+        driver_.ExpectBox(L"FlexiInfo").Press(kInfoBoxOkId);
+    } else {
+        first.Do(chooseAndClose);
+    }
+    EXPECT_EQ(FlexiInfoBox(owner, &params, buffer_.data()), kInfoBoxOk);
+
+    ASSERT_EQ(callback_.Reasons(), (std::vector<uint32_t>{kReasonMenu, kReasonOk}));
+    EXPECT_EQ(callback_.calls[0].menuItemId, GetParam().id);
+    const bool detachedByMenu = Reopens() && GetParam().place == Place::kAttached;
+    const bool checked = GetParam().id == 100 || GetParam().id == FIMI_ShowRefreshTime || detachedByMenu;
+    EXPECT_EQ(callback_.calls[0].menuItemChecked, checked ? 1 : 0);
+    EXPECT_EQ(callback_.calls[1].menuItemId, 0);
+    EXPECT_EQ(callback_.calls[1].menuItemChecked, 0);
+    EXPECT_EQ(items_[0].state, GetParam().id == 100 ? kMenuItemChecked : kMenuItemUnchecked);
+    EXPECT_EQ(items_[5].state, kMenuItemPlain);
+    const std::vector<BoxRecord> boxes = driver_.boxes();
+    ASSERT_EQ(boxes.size(), Reopens() ? 2u : 1u);
+    if (Reopens()) {
+        EXPECT_EQ(boxes[0].owner == nullptr, GetParam().place == Place::kDetached);
+        EXPECT_EQ(boxes[1].owner == nullptr, GetParam().place == Place::kAttached);
+        EXPECT_EQ(items_[1].state, detachedByMenu ? kMenuItemChecked : kMenuItemUnchecked);
+    }
+}
+
+std::vector<ChoiceRow> AllChoices() {
+    return {{"AttachedOwn", Place::kAttached, 100},
+            {"AttachedPlain", Place::kAttached, 101},
+            {"AttachedCopy", Place::kAttached, FIMI_CopyToClipboard},
+            {"AttachedTime", Place::kAttached, FIMI_ShowRefreshTime},
+            {"AttachedDetach", Place::kAttached, FIMI_Detach},
+            {"AttachedDismissed", Place::kAttached, 0},
+            {"DetachedOwn", Place::kDetached, 100},
+            {"DetachedPlain", Place::kDetached, 101},
+            {"DetachedCopy", Place::kDetached, FIMI_CopyToClipboard},
+            {"DetachedTime", Place::kDetached, FIMI_ShowRefreshTime},
+            {"DetachedAttach", Place::kDetached, FIMI_Detach},
+            {"DetachedDismissed", Place::kDetached, 0},
+            {"ParentlessOwn", Place::kWithoutParent, 100},
+            {"ParentlessPlain", Place::kWithoutParent, 101},
+            {"ParentlessCopy", Place::kWithoutParent, FIMI_CopyToClipboard},
+            {"ParentlessTime", Place::kWithoutParent, FIMI_ShowRefreshTime},
+            {"ParentlessDismissed", Place::kWithoutParent, 0}};
+}
+
+INSTANTIATE_TEST_SUITE_P(InfoBox, InfoBoxChoices, testing::ValuesIn(AllChoices()),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_F(InfoBoxMenuTest, ShowsTheEntriesWithTheirMarks) {
+    driver_.ExpectMenu().Dismiss();
+    Show(WithMenu(), L"", [](OpenInfoBox& box) {
+        box.RightClick();
+        box.Command(kInfoBoxOkId);
+    });
+    const MenuRecord menu = driver_.menus()[0];
+    EXPECT_EQ(menu.Texts(),
+              L"Display thousand separator\nDetach infobox from parent\n-\nCopy to clipboard\n"
+              L"Show last refresh time on title\nReset session Stat\n");
+    for (const MenuItemRecord& item : menu.items)
+        EXPECT_FALSE(item.checked());
+}
+
+TEST_F(InfoBoxMenuTest, WithoutAParentThereIsNoDetachEntry) {
+    driver_.ExpectMenu().Dismiss();
+    FlexiInfoParams params = WithMenu();
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        OpenInfoBox(view).RightClick();
+        OpenInfoBox(view).Command(kInfoBoxOkId);
+    });
+    FlexiInfoBox(nullptr, &params, buffer_.data());
+    EXPECT_EQ(driver_.menus()[0].Item(MenuCommandOf(FIMI_Detach)), nullptr);
+    EXPECT_EQ(items_[1].state, kMenuItemHidden);
+}
+
+TEST_F(InfoBoxMenuTest, CopyPutsTheShownTextOnTheClipboard) {
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_CopyToClipboard));
+    Show(WithMenu(), L"first\nsecond", [](OpenInfoBox& box) {
+        box.RightClick();
+        EXPECT_TRUE(OpenClipboard(nullptr));
+        const HANDLE block = GetClipboardData(CF_UNICODETEXT);
+        EXPECT_STREQ(static_cast<const wchar_t*>(GlobalLock(block)), L"first\r\nsecond");
+        GlobalUnlock(block);
+        CloseClipboard();
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, ShowTimeTurnsTheCaptionIntoTheTimeAndBack) {
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_ShowRefreshTime));
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_ShowRefreshTime));
+    Show(WithMenu(), L"", [](OpenInfoBox& box) {
+        box.RightClick();
+        EXPECT_EQ(box.Caption().size(), 19u);
+        box.RightClick();
+        EXPECT_EQ(box.Caption(), L"FlexiInfo");
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, WithoutEntriesARightClickDoesNothing) {
+    FlexiInfoParams params = Recorded();
+    Show(params, L"", [&](OpenInfoBox& box) {
+        box.RightClick();
+        EXPECT_TRUE(callback_.calls.empty());
+        box.Command(kInfoBoxOkId);
+    });
+    EXPECT_TRUE(driver_.menus().empty());
+}
+
+TEST_F(InfoBoxMenuTest, TheContextMenuKeyOpensTheMenu) {
+    driver_.ExpectMenu().Choose(101);
+    Show(WithMenu(), L"", [&](OpenInfoBox& box) {
+        SendMessageW(box.hwnd(), WM_CONTEXTMENU, reinterpret_cast<WPARAM>(box.hwnd()), -1);
+        EXPECT_EQ(callback_.calls.back().menuItemId, 101);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, DetachingAndAttachingKeepsTextStatesAndRefreshTime) {
+    FlexiInfoParams params = WithMenu();
+    params.okText = L"OK";
+    wcscpy(buffer_.data(), L"kept");
+    driver_.ExpectMenu().Choose(100);
+    for (int i = 0; i < 3; ++i)
+        driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
+    int64_t refreshed = 0;
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        OpenInfoBox(view).RightClick();
+        OpenInfoBox(view).RightClick();
+    });
+    for (int i = 0; i < 2; ++i)
+        driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
+            EXPECT_EQ(view.Text(kInfoBoxTextId), L"kept");
+            refreshed = callback_.calls.back().lastRefreshTime;
+            OpenInfoBox(view).RightClick();
+        });
+    driver_.ExpectBox(L"FlexiInfo").Press(kInfoBoxOkId);
+    EXPECT_EQ(FlexiInfoBox(parent(), &params, buffer_.data()), kInfoBoxOk);
+    EXPECT_EQ(items_[0].state, kMenuItemChecked);
+    EXPECT_NE(refreshed, 0);
+    EXPECT_EQ(driver_.boxes().size(), 4u);
+    EXPECT_EQ(driver_.boxes()[3].owner, nullptr);
+    EXPECT_TRUE(IsWindowEnabled(parent()));
+}
+
+TEST_F(InfoBoxMenuTest, ACallbackThatClosesOnDetachingEndsTheBox) {
+    callback_.result = FIR_CloseOk;
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
+    EXPECT_EQ(Show(WithMenu(), L"", [](OpenInfoBox& box) { box.RightClick(); }), kInfoBoxOk);
+    EXPECT_EQ(driver_.boxes().size(), 1u);
+}
+
+TEST_F(InfoBoxMenuTest, ATickThatClosesTheBoxClosesTheOpenMenu) {
+    callback_.act = [](FlexiInfoEvent& event, wchar_t*, uint32_t) {
+        return event.reason == kReasonRefresh && event.autoChecked != 0 ? FIR_CloseOk : FIR_NoChange;
+    };
+    FlexiInfoParams params = WithMenu();
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    HWND opened = nullptr;
+    driver_.ExpectMenu().Do([&](MenuView&) { SendMessageW(opened, WM_TIMER, 1, 0); });
+    EXPECT_EQ(Show(params, L"",
+                   [&](OpenInfoBox& box) {
+                       opened = box.hwnd();
+                       box.RightClick();
+                   }),
+              kInfoBoxOk);
+    EXPECT_EQ(callback_.CountOf(kReasonMenu), 0);
+}
+
+HWND FindHint() {
+    for (HWND hint = nullptr;
+         (hint = FindWindowExW(nullptr, hint, L"tooltips_class32", nullptr)) != nullptr;) {
+        DWORD process = 0;
+        GetWindowThreadProcessId(hint, &process);
+        if (process == GetCurrentProcessId() && IsWindowVisible(hint)) return hint;
+    }
+    return nullptr;
+}
+
+TEST_F(InfoBoxMenuTest, TheHintShowsForItsTimeAndFollowsTheBox) {
+    FlexiInfoParams params = WithMenu();
+    params.hintSeconds = 1;
+    Show(params, L"", [](OpenInfoBox& box) {
+        const DWORD start = GetTickCount();
+        EXPECT_NE(FindHint(), nullptr);
+        RECT before{};
+        GetWindowRect(FindHint(), &before);
+        SetWindowPos(box.hwnd(), nullptr, box.Area().left + 40, box.Area().top + 30, 0, 0,
+                     SWP_NOSIZE | SWP_NOZORDER);
+        RECT after{};
+        GetWindowRect(FindHint(), &after);
+        EXPECT_EQ(after.left - before.left, 40);
+        EXPECT_EQ(after.top - before.top, 30);
+        EXPECT_TRUE(WaitUntil("the hint to go", [] { return FindHint() == nullptr; }));
+        EXPECT_GE(GetTickCount() - start, 800u);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, AHintOfZeroSecondsStaysForTwo) {
+    FlexiInfoParams params = WithMenu();
+    params.hintSeconds = 0;
+    Show(params, L"", [](OpenInfoBox& box) {
+        const DWORD start = GetTickCount();
+        EXPECT_NE(FindHint(), nullptr);
+        EXPECT_TRUE(WaitUntil("the hint to go", [] { return FindHint() == nullptr; }));
+        EXPECT_NEAR(static_cast<double>(GetTickCount() - start), 2000, 500);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, ANegativeTimeOrNoMenuMeansNoHint) {
+    FlexiInfoParams params = WithMenu();
+    Show(params, L"", [](OpenInfoBox& box) {
+        EXPECT_EQ(FindHint(), nullptr);
+        box.Command(kInfoBoxOkId);
+    });
+    params.hintSeconds = 60;
+    params.menuItemCount = 0;
+    Show(params, L"", [](OpenInfoBox& box) {
+        EXPECT_EQ(FindHint(), nullptr);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, ALeftOrRightClickHidesTheHint) {
+    FlexiInfoParams params = WithMenu();
+    params.hintSeconds = 60;
+    for (const UINT message : {WM_LBUTTONDOWN, WM_RBUTTONDOWN}) {
+        if (message == WM_RBUTTONDOWN) driver_.ExpectMenu().Dismiss();
+        Show(params, L"", [message](OpenInfoBox& box) {
+            EXPECT_NE(FindHint(), nullptr);
+            SendMessageW(box.hwnd(), message, 0, MAKELPARAM(2, 2));
+            EXPECT_EQ(FindHint(), nullptr);
+            box.Command(kInfoBoxOkId);
+        });
+    }
+}
+
+}  // namespace

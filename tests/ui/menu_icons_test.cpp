@@ -226,6 +226,60 @@ FARPROC AsFarProc(Function* function) {
     return reinterpret_cast<FARPROC>(function);
 }
 
+// What buffered painting was asked for; it goes on to the system.
+struct PaintCall {
+    BP_BUFFERFORMAT format;
+    BP_PAINTPARAMS params;
+    BLENDFUNCTION blend;
+    RECT area;
+} paintCall;
+BOOL endedWithUpdate;
+
+HPAINTBUFFER WINAPI RecordedBegin(HDC target, const RECT* area, BP_BUFFERFORMAT format,
+                                  BP_PAINTPARAMS* params, HDC* paint) {
+    paintCall = {format, *params, *params->pBlendFunction, *area};
+    return BeginBufferedPaint(target, area, format, params, paint);
+}
+HRESULT WINAPI RecordedEnd(HPAINTBUFFER buffer, BOOL update) {
+    endedWithUpdate = update;
+    return EndBufferedPaint(buffer, update);
+}
+
+TEST_F(MenuIcons, TheIconIsDrawnIntoAnErasedBufferThatIsBlendedByItsAlpha) {
+    const ReplacedLookup begin("BeginBufferedPaint", AsFarProc(RecordedBegin));
+    UINT drawFlags = 0;
+    REPLACE_CALL(
+        draw, DrawIconEx,
+        [&](HDC dc, int x, int y, HICON icon, int width, int height, UINT step, HBRUSH brush, UINT flags) {
+            drawFlags = flags;
+            return DrawIconEx(dc, x, y, icon, width, height, step, brush, flags);
+        });
+    const OwnedIcon icon = SmallIcon();
+    HBITMAP bitmap = nullptr;
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    EXPECT_EQ(paintCall.params.cbSize, sizeof(BP_PAINTPARAMS));
+    EXPECT_EQ(paintCall.params.dwFlags, DWORD{BPPF_ERASE});
+    EXPECT_EQ(paintCall.blend.BlendOp, AC_SRC_OVER);
+    EXPECT_EQ(paintCall.blend.SourceConstantAlpha, 255);
+    EXPECT_EQ(paintCall.blend.AlphaFormat, AC_SRC_ALPHA);
+    EXPECT_EQ(paintCall.area.right, GetSystemMetrics(SM_CXSMICON));
+    EXPECT_EQ(paintCall.area.bottom, GetSystemMetrics(SM_CYSMICON));
+    EXPECT_EQ(drawFlags, UINT{DI_NORMAL});
+}
+
+TEST_F(MenuIcons, TheBufferReachesTheBitmapOnlyOnSuccess) {
+    const ReplacedLookup end("EndBufferedPaint", AsFarProc(RecordedEnd));
+    const OwnedIcon icon = SmallIcon();
+    HBITMAP bitmap = nullptr;
+    endedWithUpdate = FALSE;
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    EXPECT_TRUE(endedWithUpdate);
+    EXPECT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, nullptr, false, &bitmap), -4);
+    EXPECT_FALSE(endedWithUpdate);
+}
+
 struct ThemeFailureRow {
     const char* name;
     const char* function;

@@ -5,14 +5,9 @@
 #include <string>
 
 #include "base/win32_handle.h"
+#include "sim/control/control_protocol.h"
 
 namespace {
-
-// Where the simulator declares its device nodes: one key per node, named by the upper-cased instance ID with
-// '#' for each backslash.
-constexpr wchar_t kSimNodesKey[] = L"SOFTWARE\\TavixSimulator\\Nodes\\";
-constexpr wchar_t kSimNodePresentValue[] = L"Present";
-constexpr wchar_t kSimNodeProblemValue[] = L"Problem";
 
 struct NodeState {
     bool present;
@@ -32,10 +27,11 @@ DWORD NumberIn(const RegistryKey& key, const wchar_t* name) {
     return number;
 }
 
+// One key per node, named by the upper-cased instance ID with '#' for each backslash.
 std::optional<NodeState> SimulatedState(std::wstring instanceId) {
     for (wchar_t& character : instanceId)
         character = character == L'\\' ? L'#' : static_cast<wchar_t>(std::towupper(character));
-    const RegistryKey key = OpenMachineKey(kSimNodesKey + instanceId);
+    const RegistryKey key = OpenMachineKey(std::wstring(kSimNodesKey) + L"\\" + instanceId);
     if (!key) return std::nullopt;
     return NodeState{NumberIn(key, kSimNodePresentValue) != 0, NumberIn(key, kSimNodeProblemValue)};
 }

@@ -6,6 +6,7 @@
 #include <windowsx.h>
 
 #include "base/win32_handle.h"
+#include "sim/control/control_protocol.h"
 #include "sim/viewer/device_nodes.h"
 #include "sim/viewer/device_tree.h"
 #include "sim/viewer/property_sheet.h"
@@ -63,7 +64,7 @@ class TreeWindow {
     HWND window_ = nullptr;
     HWND tree_ = nullptr;
     RegistryWatch nodesWatch_{L"SYSTEM\\CurrentControlSet\\Enum"};
-    RegistryWatch presenceWatch_{L"SOFTWARE\\TavixSimulator\\Nodes"};
+    RegistryWatch presenceWatch_{kSimNodesKey};
     std::vector<DeviceNode> nodes_;
     std::vector<TreeLine> lines_;
     bool pictureSaved_ = false;

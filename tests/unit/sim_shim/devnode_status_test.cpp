@@ -4,6 +4,7 @@
 
 #include <cfgmgr32.h>
 
+#include "sim/control/control_protocol.h"
 #include "tests/unit/sim_shim/scratch_device.h"
 
 namespace {
@@ -12,13 +13,13 @@ namespace {
 class DeclaredNode {
   public:
     DeclaredNode(const std::wstring& keyName, DWORD present, DWORD problem)
-        : path_(L"SOFTWARE\\TavixSimulator\\Nodes\\" + keyName) {
+        : path_(std::wstring(kSimNodesKey) + L"\\" + keyName) {
         RegistryKey key;
         EXPECT_EQ(RegCreateKeyExW(HKEY_LOCAL_MACHINE, path_.c_str(), 0, nullptr, REG_OPTION_VOLATILE,
                                   KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
                   ERROR_SUCCESS);
-        SetNumber(key, L"Present", present);
-        SetNumber(key, L"Problem", problem);
+        SetNumber(key, kSimNodePresentValue, present);
+        SetNumber(key, kSimNodeProblemValue, problem);
     }
     ~DeclaredNode() { RegDeleteKeyW(HKEY_LOCAL_MACHINE, path_.c_str()); }
     DeclaredNode(const DeclaredNode&) = delete;

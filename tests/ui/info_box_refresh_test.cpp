@@ -5,6 +5,7 @@
 #include "base/time_text.h"
 #include "base/xfmt.h"
 
+#include "tests/support/import_redirect.h"
 #include "tests/ui/info_box_fixture.h"
 
 namespace {
@@ -135,7 +136,54 @@ TEST(InfoBoxFirstRefreshClosing, EndsTheBoxWithOne) {
     EXPECT_EQ(callback.calls.size(), 1u);
 }
 
+// Counts the allocations of the box's thread.
+DWORD countedThread = 0;
+int allocations = 0;
+void* (*realMalloc)(size_t) = nullptr;
+void* CountingMalloc(size_t bytes) {
+    if (GetCurrentThreadId() == countedThread) ++allocations;
+    return realMalloc(bytes);
+}
+
 using InfoBoxRefresh = InfoBoxTest;
+
+TEST_F(InfoBoxRefresh, ATickThatChangesNothingNeitherAllocatesNorRepaints) {
+    realMalloc = reinterpret_cast<void* (*)(size_t)>(ImportedFunction(nullptr, "malloc"));
+    const ImportRedirect redirect(nullptr, nullptr, "malloc", reinterpret_cast<void*>(&CountingMalloc));
+    FlexiInfoParams params{};
+    params.okText = L"OK";
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    params.refreshProc = [](void*, FlexiInfoEvent*, wchar_t*, uint32_t) noexcept { return FIR_NoChange; };
+    const DWORD boxThread = GetCurrentThreadId();
+    Show(params, L"text", [boxThread](OpenInfoBox& box) {
+        UpdateWindow(box.hwnd());
+        EXPECT_TRUE(
+            WaitUntil("the box to be painted", [&] { return !GetUpdateRect(box.hwnd(), nullptr, FALSE); }));
+        int systemCalls = 0;
+        {
+            using Text = ReplacedCall<SetWindowTextW>;
+            const Text text(
+                "SetWindowTextW",
+                [&](HWND window, LPCWSTR caption) {
+                    ++systemCalls;
+                    return SetWindowTextW(window, caption);
+                },
+                nullptr, Text::Threads::kAll);
+            allocations = 0;
+            countedThread = boxThread;
+            for (int i = 0; i < 100; ++i)
+                box.Tick();
+            countedThread = 0;
+        }
+        EXPECT_EQ(allocations, 0);
+        EXPECT_EQ(systemCalls, 0);
+        EXPECT_FALSE(GetUpdateRect(box.hwnd(), nullptr, FALSE));
+        for (const int id : {kInfoBoxTextId, kInfoBoxIconId})
+            EXPECT_FALSE(GetUpdateRect(GetDlgItem(box.hwnd(), id), nullptr, FALSE));
+        box.Command(kInfoBoxOkId);
+    });
+}
 
 TEST_F(InfoBoxRefresh, TicksAtItsIntervalOnlyWhenStartedSo) {
     FlexiInfoParams params = Recorded();

@@ -26,10 +26,14 @@ struct TavixProspageParam_base {
     SP_DEVINFO_DATA* deviceInfoData = nullptr;
 };
 
+// Why a VCOM counts as not plugged in; the reasons add up.
+inline constexpr uint8_t kNotPluggedAbsent = 1;    // the system says so
+inline constexpr uint8_t kNotPluggedNoDriver = 2;  // the driver does not answer for it
+
 struct VcomProspageParams_st : TavixProspageParam_base {
     ~VcomProspageParams_st() override;
 
-    bool notPlugged = false;
+    uint8_t notPlugged = 0;
     OwnedFont boldFont;
     OwnedBrush lightRedBrush;
     OwnedBrush lightYellowBrush;

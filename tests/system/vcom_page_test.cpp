@@ -1,0 +1,350 @@
+// What the VCOM page shows and which requests that costs.
+#include <gtest/gtest.h>
+
+#include "base/windows_api.h"
+
+#include <commctrl.h>
+
+#include "base/xfmt.h"
+#include "pages/port_names.h"
+#include "resources/resource_ids.h"
+#include "tests/support/import_redirect.h"
+#include "tests/support/leak_counters.h"
+#include "tests/support/screenshot.h"
+#include "tests/support/wait_until.h"
+#include "tests/system/vcom_page_fixture.h"
+
+namespace {
+
+using Names = std::vector<std::wstring>;
+
+constexpr int kDisabledWithoutConfig[] = {1005, 1002, 1003, 1004, 1019, 1007, 1008, 1009,
+                                          1010, 1020, 1013, 1016, 1025, 1021, 1027};
+
+TEST_F(VcomPageTest, OpensWithFiveRequests) {
+    OpenPage();
+    EXPECT_EQ(TakeRequests(),
+              (Names{L"GetDriverVersion", L"GetVcomCfg", L"GetGlobalCfg", L"GetLogCfg", L"GetUsbErrStat"}));
+    EXPECT_EQ(taken()[1].DeviceName(), DeviceTail());
+    EXPECT_EQ(taken()[4].DeviceName(), DeviceTail());
+}
+
+TEST_F(VcomPageTest, ATickSendsOneRequest) {
+    OpenPage();
+    TakeRequests();
+    Tick();
+    EXPECT_EQ(TakeRequests(), Names{L"GetUsbErrStat"});
+}
+
+TEST_F(VcomPageTest, TicksEverySecond) {
+    OpenPage();
+    TakeRequests();
+    Names requests;
+    EXPECT_TRUE(PumpUntil("two ticks", [&] {
+        for (const std::wstring& name : TakeRequests())
+            requests.push_back(name);
+        return requests.size() >= 2;
+    }));
+}
+
+TEST_F(VcomPageTest, ShowsTheFriendlyNameInBold) {
+    OpenPage();
+    EXPECT_EQ(Text(IDC_VCOM_FRIENDLY_NAME), L"TAVIX Scanner (COM5)");
+    LOGFONTW font = {};
+    GetObjectW(reinterpret_cast<HFONT>(SendDlgItemMessageW(page_, IDC_VCOM_FRIENDLY_NAME, WM_GETFONT, 0, 0)),
+               sizeof(font), &font);
+    EXPECT_EQ(font.lfWeight, 700);
+}
+
+TEST_F(VcomPageTest, ShowsTheDriversVersion) {
+    DriverVersion_st version = {};
+    version.major = 2;
+    version.minor = 0;
+    version.build = 34;
+    version.debugBuild = 1;
+    ASSERT_EQ(driver_.SetVersion(version), ERROR_SUCCESS);
+    OpenPage();
+    EXPECT_EQ(Text(IDC_VCOM_DRIVER_VERSION), L"TAVIX 2.0.34 (Debug)");
+}
+
+TEST_F(VcomPageTest, ListsAllNamesWithTheirMarks) {
+    constexpr const wchar_t* kMarks[] = {L"", L"(-)", L"(+)", L"(!)", L"(#)", L"(?)"};
+    for (uint32_t state = 0; state < 6; ++state)
+        ASSERT_EQ(driver_.SetPortState(10 + state, state), ERROR_SUCCESS);
+    OpenPage();
+    const HWND list = GetDlgItem(page_, IDC_VCOM_PORT_NAME);
+    ASSERT_EQ(SendMessageW(list, CB_GETCOUNT, 0, 0), 128);
+    for (int state = 0; state < 6; ++state) {
+        wchar_t text[64];
+        SendMessageW(list, CB_GETLBTEXT, static_cast<WPARAM>(9 + state), reinterpret_cast<LPARAM>(text));
+        EXPECT_EQ(std::wstring(text), L"COM" + std::to_wstring(10 + state) + L" " + kMarks[state]);
+    }
+}
+
+struct SelectionRow {
+    const char* name;
+    const wchar_t* portName;
+    int selection;
+
+    friend void PrintTo(const SelectionRow& row, std::ostream* out) { *out << row.name; }
+};
+
+class VcomPageSelectionTest : public VcomPageTest, public testing::WithParamInterface<SelectionRow> {};
+
+TEST_P(VcomPageSelectionTest, SelectsThePortInUse) {
+    VcomCfgReply_st reply = {};
+    // Sixteen characters fill the field and leave no terminator.
+    wcsncpy(reply.portName, GetParam().portName, kPortNameChars);
+    ASSERT_EQ(driver_.AnswerNext(RequestCode(L"GetVcomCfg"),
+                                 {reinterpret_cast<const uint8_t*>(&reply), sizeof(reply)}),
+              ERROR_SUCCESS);
+    OpenPage();
+    EXPECT_EQ(Selection(), GetParam().selection);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, VcomPageSelectionTest,
+    testing::Values(SelectionRow{"First", L"COM1", 0}, SelectionRow{"Last", L"COM128", 127},
+                    SelectionRow{"Zero", L"COM0", -1}, SelectionRow{"BehindTheList", L"COM129", -1},
+                    SelectionRow{"NoNumber", L"COMx", -1}, SelectionRow{"LowerCase", L"com7", -1},
+                    SelectionRow{"Empty", L"", -1}, SelectionRow{"Unterminated", L"COM7 67890123456", 6}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(VcomPageTest, ChecksTheModesAndFlagsOfTheDriver) {
+    GlobalCfg_st global = {};
+    ASSERT_EQ(driver_.QueryGlobalCfg(global), ERROR_SUCCESS);
+    global.bindMode = 3;
+    global.serialNumberOnNames = 1;
+    ASSERT_EQ(driver_.SetGlobalCfg(global), ERROR_SUCCESS);
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldLifemode, 2), ERROR_SUCCESS);
+    LogCfg_st log = {};
+    log.fileLogging = 1;
+    ASSERT_EQ(driver_.SetLogCfg(log), ERROR_SUCCESS);
+    OpenPage();
+    EXPECT_TRUE(IsChecked(IDC_VCOM_LIFEMODE_PERSISTENT));
+    EXPECT_FALSE(IsChecked(IDC_VCOM_LIFEMODE_TEMPORAL) || IsChecked(IDC_VCOM_LIFEMODE_FRIENDLY));
+    EXPECT_TRUE(IsChecked(IDC_VCOM_BIND_USB_PORT));
+    EXPECT_TRUE(IsChecked(IDC_VCOM_SERIAL_IN_NAMES));
+    EXPECT_TRUE(IsChecked(IDC_FILE_LOGGING));
+}
+
+TEST_F(VcomPageTest, UnknownModesLeaveTheRadiosUnchecked) {
+    GlobalCfg_st global = {};
+    ASSERT_EQ(driver_.QueryGlobalCfg(global), ERROR_SUCCESS);
+    global.bindMode = 4;
+    ASSERT_EQ(driver_.SetGlobalCfg(global), ERROR_SUCCESS);
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldLifemode, 0xFFFFFFFF), ERROR_SUCCESS);
+    OpenPage();
+    for (const int id : {1002, 1003, 1004, 1007, 1008, 1009, 1010})
+        EXPECT_FALSE(IsChecked(id)) << id;
+}
+
+TEST_F(VcomPageTest, BindingByUsbPortNeedsVista) {
+    ReplacedCall<GetVersionExW> version("GetVersionExW", [](OSVERSIONINFOW* info) {
+        info->dwMajorVersion = 5;
+        info->dwMinorVersion = 2;
+        return TRUE;
+    });
+    OpenPage();
+    EXPECT_FALSE(IsEnabled(IDC_VCOM_BIND_USB_PORT));
+    EXPECT_TRUE(IsEnabled(IDC_VCOM_BIND_SERIAL_NUMBER));
+}
+
+TEST_F(VcomPageTest, ReadOnlyAccessDisablesSave) {
+    SimAccess_st access = {};
+    access.refuseWrite = 1;
+    ASSERT_EQ(driver_.SetAccess(access), ERROR_SUCCESS);
+    OpenPage();
+    EXPECT_FALSE(IsEnabled(IDC_VCOM_SAVE));
+    EXPECT_TRUE(IsEnabled(IDC_VCOM_PORT_NAME));
+    SaveScreenshot(page_, L"vcom_page_read_only");
+}
+
+TEST_F(VcomPageTest, AnUnpluggedVcomIsMarkedAtTheNextTickAndUnmarkedWhenItIsBack) {
+    OpenPage();
+    ASSERT_EQ(driver_.SetPresence(device_.vcomInstanceId, false, 0), ERROR_SUCCESS);
+    Tick();
+    EXPECT_EQ(Text(IDC_VCOM_FRIENDLY_NAME), L"TAVIX Scanner (COM5) -- Not Plugged In");
+    EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).text, RGB(255, 0, 0));
+    EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).background, RGB(255, 192, 192));
+    SaveScreenshot(page_, L"vcom_page_unplugged");
+    ASSERT_EQ(driver_.SetPresence(device_.vcomInstanceId, true, 0), ERROR_SUCCESS);
+    Tick();
+    EXPECT_EQ(Text(IDC_VCOM_FRIENDLY_NAME), L"TAVIX Scanner (COM5)");
+    EXPECT_NE(LookOf(IDC_VCOM_FRIENDLY_NAME).text, RGB(255, 0, 0));
+}
+
+TEST_F(VcomPageTest, AnUnreadableNameDisablesThePageAndEndsItsTicks) {
+    ReplacedCall<SetupDiGetDeviceRegistryPropertyW> property(
+        "SetupDiGetDeviceRegistryPropertyW",
+        [](HDEVINFO, SP_DEVINFO_DATA*, DWORD, DWORD*, BYTE*, DWORD, DWORD*) {
+            SetLastError(ERROR_INVALID_DATA);
+            return FALSE;
+        });
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenPage();
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].text, L"Error fetching device friendly name!");
+    for (const int id : kDisabledWithoutConfig)
+        EXPECT_FALSE(IsEnabled(id)) << id;
+    EXPECT_TRUE(IsEnabled(IDC_VCOM_REFRESH));
+    EXPECT_FALSE(params_->timerRunning);
+}
+
+TEST_F(VcomPageTest, RefreshStartsTheTicksAgain) {
+    OpenPage();
+    {
+        ReplacedCall<SetupDiGetDeviceRegistryPropertyW> property(
+            "SetupDiGetDeviceRegistryPropertyW",
+            [](HDEVINFO, SP_DEVINFO_DATA*, DWORD, DWORD*, BYTE*, DWORD, DWORD*) {
+                SetLastError(ERROR_INVALID_DATA);
+                return FALSE;
+            });
+        modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+        Tick();
+    }
+    EXPECT_FALSE(params_->timerRunning);
+    EXPECT_FALSE(IsEnabled(IDC_VCOM_SAVE));
+    Click(IDC_VCOM_REFRESH);
+    EXPECT_TRUE(params_->timerRunning);
+    EXPECT_TRUE(IsEnabled(IDC_VCOM_SAVE));
+}
+
+TEST_F(VcomPageTest, WithoutABusThePageSaysSoAndIsDisabled) {
+    SimAccess_st access = {};
+    access.busAbsent = 1;
+    ASSERT_EQ(driver_.SetAccess(access), ERROR_SUCCESS);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenPage();
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].text, L"TAVIX VBus not ready yet.");
+    EXPECT_EQ(Text(IDC_VCOM_DRIVER_VERSION), L"[TAVIX]");
+    for (const int id : kDisabledWithoutConfig)
+        EXPECT_FALSE(IsEnabled(id)) << id;
+    EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).background, RGB(255, 192, 192));
+    SaveScreenshot(page_, L"vcom_page_no_bus");
+}
+
+TEST_F(VcomPageTest, ABusThatRefusesToOpenIsNamedWithItsError) {
+    SimAccess_st access = {};
+    access.openStatus = static_cast<int32_t>(0xC000009A);  // insufficient resources
+    ASSERT_EQ(driver_.SetAccess(access), ERROR_SUCCESS);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenPage();
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].text, L"Cannot open TAVIX VBus. WinErr=1450(UnknownWinErrCode)");
+    EXPECT_EQ(Text(IDC_VCOM_USB_ERROR_LINE), L"ERROR_DEVICE_NOT_CONNECTED(1167)");
+}
+
+TEST_F(VcomPageTest, AFailedConfigurationDisablesThePage) {
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldCfgResult, 6), ERROR_SUCCESS);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenPage();
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].text, L"Error in tavo_GetVcomCfg(). UfAppErr=6(UfAppErr_WrongHuid).");
+    for (const int id : kDisabledWithoutConfig)
+        EXPECT_FALSE(IsEnabled(id)) << id;
+    EXPECT_NE(params_->notPlugged, 0);
+}
+
+TEST_F(VcomPageTest, RefreshHealsAPageThatFailedToOpen) {
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldCfgResult, 6), ERROR_SUCCESS);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenPage();
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldCfgResult, 0), ERROR_SUCCESS);
+    Click(IDC_VCOM_REFRESH);
+    EXPECT_EQ(params_->notPlugged, 0);
+    for (const int id : kDisabledWithoutConfig)
+        EXPECT_TRUE(IsEnabled(id)) << id;
+}
+
+TEST_F(VcomPageTest, ATickKeepsTheUsersUnsavedChoices) {
+    OpenPage();
+    Select(42);
+    Check(1002, 1004, 1002);
+    Click(IDC_VCOM_SERIAL_IN_NAMES);
+    const bool serial = IsChecked(IDC_VCOM_SERIAL_IN_NAMES);
+    Tick();
+    EXPECT_EQ(Selection(), 41);
+    EXPECT_TRUE(IsChecked(1002));
+    EXPECT_EQ(IsChecked(IDC_VCOM_SERIAL_IN_NAMES), serial);
+}
+
+TEST_F(VcomPageTest, AnIdleTickRepaintsNothing) {
+    OpenPage();
+    Tick();
+    PumpPendingMessages();
+    UpdateWindow(page_);
+    Tick();
+    for (const int id : {IDC_VCOM_FRIENDLY_NAME, IDC_VCOM_USB_ERROR_LINE, IDC_VCOM_PORT_NAME})
+        EXPECT_FALSE(GetUpdateRect(GetDlgItem(page_, id), nullptr, FALSE)) << id;
+}
+
+TEST_F(VcomPageTest, SwallowsHelpContextMenuAndCharacters) {
+    OpenPage();
+    for (const UINT message : {WM_HELP, WM_CONTEXTMENU, WM_CHAR})
+        EXPECT_TRUE(Answer(message, 0, 0)) << message;
+}
+
+TEST_F(VcomPageTest, StopsItsTimerWhenItIsDestroyed) {
+    OpenPage();
+    EXPECT_TRUE(params_->timerRunning);
+    ClosePage();
+    EXPECT_FALSE(params_->timerRunning);
+}
+
+TEST_F(VcomPageTest, APageWithoutAnObjectShowsItsControlsAndDoesNothing) {
+    params_.reset();
+    OpenPage();
+    Tick();
+    Click(IDC_VCOM_SAVE);
+    Click(IDC_VCOM_WHO_OPENED);
+    EXPECT_TRUE(TakeRequests().empty());
+}
+
+TEST_F(VcomPageTest, LeavesNothingBehindOverManyOpeningsAndTicks) {
+    ExpectNoLeaks(
+        [&] {
+            OpenPage();
+            for (int tick = 0; tick < 10; ++tick)
+                Tick();
+            ClosePage();
+            params_->hint.reset();
+            params_->boldFont.reset();
+            params_->lightRedBrush.reset();
+            params_->lightYellowBrush.reset();
+        },
+        50);
+}
+
+TEST_F(VcomPageTest, TheWholeToolsButtonOpensTheMenu) {
+    OpenPage();
+    BUTTON_SPLITINFO split = {};
+    split.mask = BCSIF_STYLE;
+    ASSERT_TRUE(
+        SendDlgItemMessageW(page_, IDC_VCOM_TOOLS, BCM_GETSPLITINFO, 0, reinterpret_cast<LPARAM>(&split)));
+    EXPECT_EQ(split.uSplitStyle, UINT{BCSS_NOSPLIT});
+}
+
+TEST_F(VcomPageTest, HasAnIconAndAHint) {
+    OpenPage();
+    EXPECT_NE(SendDlgItemMessageW(page_, IDC_VCOM_ICON, STM_GETICON, 0, 0), 0);
+    ASSERT_NE(params_->hint, nullptr);
+    EXPECT_EQ(GetWindow(params_->hint->Window(), GW_OWNER), frame_.get());
+}
+
+TEST_F(VcomPageTest, ToolsAndMoreGlobalsAreThereAndAskTheDriverNothing) {
+    OpenPage();
+    KillTimer(page_, 51);
+    TakeRequests();
+    Click(IDC_VCOM_TOOLS);
+    Click(IDC_VCOM_MORE_GLOBALS);
+    EXPECT_TRUE(TakeRequests().empty());
+}
+
+TEST_F(VcomPageTest, LooksAsItShould) {
+    OpenPage();
+    EXPECT_FALSE(SaveScreenshot(page_, L"vcom_page").empty());
+}
+
+}  // namespace

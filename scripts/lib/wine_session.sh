@@ -123,6 +123,8 @@ start_session() {
     start_guard
     prepare_prefix
     install_viewer
+    # The making of the prefix is never traced, the session itself may be; its traces are in session.log.
+    if [ -n "${TAVIX_SESSION_TRACE:-}" ]; then export WINEDEBUG=$TAVIX_SESSION_TRACE; fi
     # The server must not hold our lock or our output.
     "$wineserver" -p {session_lock}>&- >>"$session_dir/session.log" 2>&1
     quiet_wine cmd /c exit

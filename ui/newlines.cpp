@@ -1,6 +1,9 @@
 #include "ui/newlines.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "base/xfmt.h"
@@ -32,11 +35,28 @@ class CutText {
     int32_t length_ = 0;
 };
 
-// The first line end or terminator. Almost every character is above CR, so one comparison passes over it.
+// One bit per byte of the eight characters; those of a line end or terminator are set.
+unsigned LineEndsInBlock(const wchar_t* text) noexcept {
+    const __m128i block = _mm_load_si128(reinterpret_cast<const __m128i*>(text));
+    const __m128i ends = _mm_or_si128(_mm_cmpeq_epi16(block, _mm_setzero_si128()),
+                                      _mm_or_si128(_mm_cmpeq_epi16(block, _mm_set1_epi16(L'\r')),
+                                                   _mm_cmpeq_epi16(block, _mm_set1_epi16(L'\n'))));
+    return static_cast<unsigned>(_mm_movemask_epi8(ends));
+}
+
+// The first line end or terminator. Eight characters at a time; an aligned block never reaches into a page
+// that the text does not touch, so the characters before the text in its first block may be read and are
+// shifted out.
 const wchar_t* EndOfLine(const wchar_t* text) noexcept {
-    while (*text > L'\r' || (*text != L'\r' && *text != L'\n' && *text != L'\0'))
-        ++text;
-    return text;
+    constexpr size_t kBlockBytes = sizeof(__m128i);
+    const size_t bytesBefore = reinterpret_cast<uintptr_t>(text) % kBlockBytes;
+    const wchar_t* block = text - bytesBefore / sizeof(wchar_t);
+    unsigned ends = LineEndsInBlock(block) >> bytesBefore;
+    if (ends != 0) return text + static_cast<unsigned>(std::countr_zero(ends)) / sizeof(wchar_t);
+    do
+        block += kBlockBytes / sizeof(wchar_t);
+    while ((ends = LineEndsInBlock(block)) == 0);
+    return block + static_cast<unsigned>(std::countr_zero(ends)) / sizeof(wchar_t);
 }
 
 }  // namespace

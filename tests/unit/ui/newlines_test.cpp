@@ -77,6 +77,18 @@ TEST_P(Capacity, CutsTheResultAndNeverWritesBeyond) {
 
 INSTANTIATE_TEST_SUITE_P(ShortAndLongNewlines, Capacity, testing::Values(L"\r\n", L"-- line --"));
 
+TEST(TextConvertNewlines, NeverReadsAPageThatTheTextDoesNotTouch) {
+    for (size_t chars = 0; chars < 40; ++chars) {
+        GuardedBuffer<wchar_t> source(chars + 1);
+        std::fill_n(source.data(), chars, L'a');
+        source[chars] = L'\0';
+        EXPECT_EQ(text_convert_newlines(source.data(), nullptr, 0, L"|"), static_cast<int32_t>(chars));
+        GuardedBuffer<wchar_t> atTheStart(chars + 1, GuardSide::kInFront);
+        std::copy_n(source.data(), chars + 1, atTheStart.data());
+        EXPECT_EQ(text_convert_newlines(atTheStart.data(), nullptr, 0, L"|"), static_cast<int32_t>(chars));
+    }
+}
+
 // The same one character at a time.
 std::wstring PlainModel(const std::wstring& source, const std::wstring& newline) {
     std::wstring result;

@@ -21,6 +21,7 @@ FileHandle OpenVbus(DWORD* status = nullptr) noexcept;
 
 // True once writing has been denied. Write requests of this process then fail with ERROR_ACCESS_DENIED.
 bool IsVbusReadOnly() noexcept;
+// The product only ever sets it; each test starts with it cleared.
 void SetVbusReadOnly(bool readOnly) noexcept;
 
 // For diagnostics: asks for exactly the given access and knows nothing of the read-only memory. On failure

@@ -4,6 +4,7 @@
 
 #include "driver/vcom_config.h"
 #include "tests/support/import_redirect.h"
+#include "tests/support/leak_counters.h"
 #include "tests/system/access_fixture.h"
 
 namespace {
@@ -167,6 +168,24 @@ TEST_F(AccessConfig, AFailedGlobalWritingIsUnknownAndItsResultIsReturned) {
     const uint32_t result = UfAppErr_Registry;
     ASSERT_EQ(driver_.AnswerNext(IOCTL_TAVIX_SetGlobalCfg, BytesOfRecord(result)), ERROR_SUCCESS);
     EXPECT_EQ(Set(), UfAppErr_Registry);
+}
+
+TEST_F(AccessConfig, LeavesNothingOpenWhicheverCallFails) {
+    CallFaults faults;
+    WATCH_CALL(faults, SetupDiGetDeviceInstanceIdW, FALSE, ERROR_INVALID_HANDLE);
+    WATCH_CALL(faults, SetupDiGetClassDevsW, INVALID_HANDLE_VALUE, ERROR_NOT_ENOUGH_MEMORY);
+    WATCH_CALL(faults, SetupDiEnumDeviceInterfaces, FALSE, ERROR_NO_MORE_ITEMS);
+    WATCH_CALL(faults, SetupDiGetDeviceInterfaceDetailW, FALSE, ERROR_INSUFFICIENT_BUFFER);
+    WATCH_CALL(faults, CreateFileW, INVALID_HANDLE_VALUE, ERROR_FILE_NOT_FOUND);
+    WATCH_CALL(faults, DeviceIoControl, FALSE, ERROR_GEN_FAILURE);
+    EXPECT_EQ(Set(), UfAppErr_Success);  // lets the system open what it keeps
+    const int calls = ForEachFailingCall(faults, [&] {
+        const LeakGuard guard;
+        UfAppErr result = UfAppErr_Success;
+        faults.During([&] { result = Set(); });
+        EXPECT_EQ(result != UfAppErr_Success, faults.CallFailed());
+    });
+    EXPECT_EQ(calls, 9);
 }
 
 }  // namespace

@@ -175,6 +175,16 @@ TEST_F(UsbdOfVcom, APathWithoutATerminatorEndsWithItsField) {
     EXPECT_EQ(path_, std::wstring(128, L'u'));
 }
 
+TEST_F(UsbdOfVcom, APathThatCannotBeStoredIsOutOfMemory) {
+    std::fill(std::begin(info_.usbdInstancePath), std::end(info_.usbdInstancePath), L'u');
+    fake_.replies[IOCTL_TAVIX_GetUsbdInfo] = FakeReply::Of(info_);
+    const size_t pathBytes = (kUsbStringChars + 1) * sizeof(wchar_t);
+    REPLACE_CALL(allocation, malloc,
+                 [&](size_t wanted) { return wanted == pathBytes ? nullptr : malloc(wanted); });
+    EXPECT_EQ(Query(), UfAppErr_NoMem);
+    EXPECT_EQ(path_, L"kept");
+}
+
 FakeReply TextReply(const std::wstring& text) {
     FakeReply reply;
     const BYTE* bytes = reinterpret_cast<const BYTE*>(text.data());

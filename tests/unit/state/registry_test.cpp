@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/support/import_redirect.h"
 #include "tests/unit/state/scratch_key.h"
 
 namespace {
@@ -168,6 +169,98 @@ TEST_F(Registry, AnUnknownTypeWritesNothingAndCreatesNothing) {
     EXPECT_NE(WriteRegValue(HKEY_CURRENT_USER, Below(L"missing").c_str(), L"v", value, true),
               DWORD{ERROR_SUCCESS});
     EXPECT_FALSE(KeyExists(Below(L"missing")));
+}
+
+TEST_F(Registry, OpensForReadingToReadAndForEverythingToWrite) {
+    std::vector<REGSAM> accesses;
+    REPLACE_CALL(open, RegOpenKeyExW, [&](HKEY root, LPCWSTR path, DWORD options, REGSAM access, HKEY* key) {
+        accesses.push_back(access);
+        EXPECT_EQ(options, 0u);
+        return RegOpenKeyExW(root, path, options, access, key);
+    });
+    ASSERT_EQ(Write(L"v", RegValue::Dword(1)), DWORD{ERROR_SUCCESS});
+    RegValue value;
+    ASSERT_EQ(Read(L"v", value), DWORD{ERROR_SUCCESS});
+    EXPECT_THAT(accesses, ElementsAre(0xF003F, KEY_READ));
+}
+
+TEST_F(Registry, StoresInOneStepAndReturnsItsError) {
+    REPLACE_CALL(store, RegSetValueExW, [](auto...) { return LSTATUS{ERROR_DISK_FULL}; });
+    EXPECT_EQ(Write(L"v", RegValue::String(L"text")), DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(store.calls(), 1);
+}
+
+TEST_F(Registry, ClosesWhatItOpensAlsoOnFailure) {
+    REPLACE_CALL(open, RegOpenKeyExW, [](auto... arguments) { return RegOpenKeyExW(arguments...); });
+    REPLACE_CALL(close, RegCloseKey, [](HKEY key) { return RegCloseKey(key); });
+    RegValue value;
+    Read(L"missing", value);
+    value.type = REG_LINK;
+    Write(L"v", value);
+    Write(L"v", RegValue::Dword(1));
+    EXPECT_EQ(open.calls(), 3);
+    EXPECT_EQ(close.calls(), 3);
+}
+
+// Allocations of exactly so many bytes fail.
+class FailingAllocation {
+  public:
+    explicit FailingAllocation(size_t bytes)
+        : malloc_("malloc", [bytes](size_t wanted) { return wanted == bytes ? nullptr : malloc(wanted); }) {}
+
+  private:
+    ReplacedCall<malloc> malloc_;
+};
+
+TEST_F(Registry, AListWithoutMemoryIsNotWritten) {
+    RegValue list;
+    list.type = REG_MULTI_SZ;
+    list.list = {std::wstring(1000, L'a'), std::wstring(2000, L'b')};
+    {
+        FailingAllocation failing((1001 + 2001 + 1) * sizeof(wchar_t));
+        EXPECT_EQ(Write(L"v", list), 0xC0000017u);
+    }
+    RegValue value;
+    EXPECT_EQ(Read(L"v", value), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(Write(L"v", list), DWORD{ERROR_SUCCESS});
+}
+
+TEST_F(Registry, AValueWithoutMemoryIsNotRead) {
+    const std::vector<BYTE> bytes(54321, 1);
+    scratch_.Store(L"b", REG_BINARY, bytes.data(), bytes.size());
+    RegValue value = RegValue::Dword(7);
+    FailingAllocation failing(bytes.size());
+    EXPECT_EQ(Read(L"b", value), DWORD{ERROR_NOT_ENOUGH_MEMORY});
+    EXPECT_EQ(value.number32, 7u);
+}
+
+TEST_F(Registry, AValueThatGrowsBetweenTheCallsIsReadWhole) {
+    const std::wstring text(300, L'x');
+    scratch_.Store(L"s", REG_SZ, text.c_str(), 600);
+    int calls = 0;
+    REPLACE_CALL(query, RegQueryValueExW,
+                 [&](HKEY key, LPCWSTR name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* bytes) {
+                     const LSTATUS status = RegQueryValueExW(key, name, reserved, type, data, bytes);
+                     const std::wstring longer(1000, L'y');
+                     if (++calls == 1) scratch_.Store(L"s", REG_SZ, longer.c_str(), 2000);
+                     return status;
+                 });
+    RegValue value;
+    EXPECT_EQ(Read(L"s", value), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(value.text, std::wstring(1000, L'y'));
+    EXPECT_EQ(calls, 3);
+}
+
+TEST_F(Registry, AValueThatNeverStopsGrowingIsGivenUp) {
+    int calls = 0;
+    REPLACE_CALL(query, RegQueryValueExW, [&](HKEY, LPCWSTR, DWORD*, DWORD*, BYTE*, DWORD* bytes) {
+        ++calls;
+        *bytes += 100;
+        return LSTATUS{ERROR_MORE_DATA};
+    });
+    RegValue value;
+    EXPECT_EQ(Read(L"s", value), DWORD{ERROR_MORE_DATA});
+    EXPECT_LT(calls, 20);
 }
 
 }  // namespace

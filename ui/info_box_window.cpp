@@ -255,7 +255,7 @@ void OnContextMenu(FlexiInfoState& state, POINT client) noexcept {
 // focus on the dialog itself Escape, Tab and the mnemonics work.
 bool OnActivate(FlexiInfoState& state, bool active) noexcept {
     if (!active) {
-        state.focusOff = !IsChild(state.hwnd, GetFocus());
+        if (IsChild(state.hwnd, GetFocus())) state.focusOff = false;
         return false;
     }
     if (state.focusOff) SetFocus(state.hwnd);

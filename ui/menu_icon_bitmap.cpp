@@ -1,6 +1,8 @@
 // The two ways from an icon to a menu item's bitmap: with transparency, and opaque for menus without themes.
 #include "ui/menu_icons.h"
 
+#include <algorithm>
+
 #include "base/heap_array.h"
 #include "base/win32_handle.h"
 #include "ui/theme.h"
@@ -53,6 +55,8 @@ HRESULT TakeAlphaFromMask(RGBQUAD* bits, int32_t rowPixels, HBITMAP mask, SIZE s
     const HeapArray<uint32_t> maskBits = AllocateArray<uint32_t>(pixels);
     const MemoryDc dc(CreateCompatibleDC(nullptr));
     if (!maskBits || !dc) return E_OUTOFMEMORY;
+    // What a smaller mask does not reach stays clear.
+    std::fill_n(maskBits.get(), pixels, 0u);
     BITMAPINFO info = ArgbInfo(size);
     if (GetDIBits(dc.get(), mask, 0, static_cast<UINT>(size.cy), maskBits.get(), &info, DIB_RGB_COLORS) == 0)
         return E_UNEXPECTED;

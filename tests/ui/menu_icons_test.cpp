@@ -21,8 +21,8 @@ OwnedIcon SmallIcon() {
                                      GetSystemMetrics(SM_CYSMICON), 0)));
 }
 
-// An icon whose pixels have the colour and alpha given; its mask is set (transparent) in the left half.
-OwnedIcon HalfMaskedIcon(int width, int height, uint32_t pixel) {
+// An icon whose pixels have the colour and alpha given; its mask is set (transparent) in `masked`.
+OwnedIcon MaskedIcon(int width, int height, uint32_t pixel, const RECT& masked) {
     const HDC screen = GetDC(nullptr);
     const OwnedBitmap colour(CreateCompatibleBitmap(screen, width, height));
     ReleaseDC(nullptr, screen);
@@ -38,10 +38,15 @@ OwnedIcon HalfMaskedIcon(int width, int height, uint32_t pixel) {
     const OwnedBitmap mask(CreateBitmap(width, height, 1, 1, nullptr));
     const HGDIOBJ before = SelectObject(dc.get(), mask.get());
     PatBlt(dc.get(), 0, 0, width, height, BLACKNESS);
-    PatBlt(dc.get(), 0, 0, width / 2, height, WHITENESS);
+    PatBlt(dc.get(), masked.left, masked.top, masked.right - masked.left, masked.bottom - masked.top,
+           WHITENESS);
     SelectObject(dc.get(), before);
     ICONINFO icon = {TRUE, 0, 0, mask.get(), colour.get()};
     return OwnedIcon(CreateIconIndirect(&icon));
+}
+
+OwnedIcon HalfMaskedIcon(int width, int height, uint32_t pixel) {
+    return MaskedIcon(width, height, pixel, {0, 0, width / 2, height});
 }
 
 uint32_t AsNumber(const RGBQUAD& pixel) {
@@ -61,6 +66,34 @@ TEST(MenuMakePremultiplied, AnImageWithoutAlphaTakesItFromTheMask) {
             const uint32_t expected = x < 8 ? 0 : x < 16 ? 0xFFFF0000 : 0x00FF0000;
             ASSERT_EQ(AsNumber(bits[y * 20 + x]), expected) << x << "," << y;
         }
+}
+
+TEST(MenuMakePremultiplied, TheRowsOfTheImageRunBottomUpAsThoseOfTheMask) {
+    const OwnedIcon icon = MaskedIcon(16, 16, 0x00FF0000, {0, 0, 16, 4});
+    std::vector<RGBQUAD> bits(16 * 16, kRed);
+    EXPECT_EQ(menu_make_premultiplied(bits.data(), 16, icon.get(), {16, 16}), S_OK);
+    EXPECT_EQ(AsNumber(bits[0]), 0xFFFF0000u);
+    EXPECT_EQ(AsNumber(bits[12 * 16 - 1]), 0xFFFF0000u);
+    EXPECT_EQ(AsNumber(bits[12 * 16]), 0u);
+    EXPECT_EQ(AsNumber(bits[16 * 16 - 1]), 0u);
+}
+
+TEST(MenuMakePremultiplied, WhatASmallerMaskDoesNotReachBecomesOpaque) {
+    const OwnedIcon icon = HalfMaskedIcon(16, 16, 0x00FF0000);
+    REPLACE_CALL(allocate, malloc, [](size_t bytes) {
+        void* const block = malloc(bytes);
+        if (block != nullptr) memset(block, 0xA5, bytes);
+        return block;
+    });
+    REPLACE_CALL(read, GetDIBits, [](HDC, HBITMAP, UINT, UINT, LPVOID bits, LPBITMAPINFO, UINT) {
+        memset(bits, 0xFF, 16 * sizeof(uint32_t));
+        return 1;
+    });
+    std::vector<RGBQUAD> bits(16 * 16, kRed);
+    EXPECT_EQ(menu_make_premultiplied(bits.data(), 16, icon.get(), {16, 16}), S_OK);
+    EXPECT_EQ(AsNumber(bits[15]), 0u);
+    EXPECT_EQ(AsNumber(bits[16]), 0xFFFF0000u);
+    EXPECT_EQ(AsNumber(bits[16 * 16 - 1]), 0xFFFF0000u);
 }
 
 TEST(MenuMakePremultiplied, ASinglePixelWithAlphaKeepsTheImageAsItIs) {
@@ -258,6 +291,7 @@ TEST_F(MenuIcons, TheIconIsDrawnIntoAnErasedBufferThatIsBlendedByItsAlpha) {
     HBITMAP bitmap = nullptr;
     ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), 0);
     const OwnedBitmap owned(bitmap);
+    EXPECT_EQ(paintCall.format, BPBF_DIB);
     EXPECT_EQ(paintCall.params.cbSize, sizeof(BP_PAINTPARAMS));
     EXPECT_EQ(paintCall.params.dwFlags, DWORD{BPPF_ERASE});
     EXPECT_EQ(paintCall.blend.BlendOp, AC_SRC_OVER);
@@ -266,6 +300,48 @@ TEST_F(MenuIcons, TheIconIsDrawnIntoAnErasedBufferThatIsBlendedByItsAlpha) {
     EXPECT_EQ(paintCall.area.right, GetSystemMetrics(SM_CXSMICON));
     EXPECT_EQ(paintCall.area.bottom, GetSystemMetrics(SM_CYSMICON));
     EXPECT_EQ(drawFlags, UINT{DI_NORMAL});
+}
+
+TEST_F(MenuIcons, TheTopOfTheIconIsTheTopOfTheBitmap) {
+    const int width = GetSystemMetrics(SM_CXSMICON);
+    const int height = GetSystemMetrics(SM_CYSMICON);
+    const OwnedIcon icon = MaskedIcon(width, height, 0x00FF0000, {0, 0, width, height / 4});
+    HBITMAP bitmap = nullptr;
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    const std::vector<uint32_t> bottomUp = PixelsOf(bitmap, width, height);
+    EXPECT_EQ(bottomUp.front(), 0xFFFF0000u);
+    EXPECT_EQ(bottomUp.back(), 0u);
+}
+
+TEST_F(MenuIcons, AnIconWithAlphaKeepsIt) {
+    const int width = GetSystemMetrics(SM_CXSMICON);
+    const int height = GetSystemMetrics(SM_CYSMICON);
+    const OwnedIcon icon = HalfMaskedIcon(width, height, 0x80FF0000);
+    HBITMAP bitmap = nullptr;
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon.get(), false, &bitmap), 0);
+    const OwnedBitmap owned(bitmap);
+    const std::vector<uint32_t> pixels = PixelsOf(bitmap, width, height);
+    // The mask's clear half is as transparent as its set half: the icon's own alpha counts.
+    EXPECT_EQ(pixels.front() >> 24, 0x80u);
+    EXPECT_EQ(pixels[static_cast<size_t>(width) - 1] >> 24, 0x80u);
+}
+
+TEST_F(MenuIcons, AnIconIsDestroyedOnlyWhenAsked) {
+    int destroyed = 0;
+    REPLACE_CALL(destroy, DestroyIcon, [&](HICON icon) {
+        ++destroyed;
+        return DestroyIcon(icon);
+    });
+    HBITMAP bitmap = nullptr;
+    HICON icon = SmallIcon().release();
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 10, false, icon, false, &bitmap), 0);
+    const OwnedBitmap first(bitmap);
+    EXPECT_EQ(menu_set_item_icon_argb(menu_.get(), 77, false, icon, false, &bitmap), -11);
+    EXPECT_EQ(destroyed, 0);
+    ASSERT_EQ(menu_set_item_icon_argb(menu_.get(), 11, false, icon, true, &bitmap), 0);
+    const OwnedBitmap second(bitmap);
+    EXPECT_EQ(destroyed, 1);
 }
 
 TEST_F(MenuIcons, TheBufferReachesTheBitmapOnlyOnSuccess) {
@@ -443,7 +519,7 @@ TEST_F(MenuIcons, AThemedMenuShowsItsIconsAndDeletesThemAfterwards) {
     MENUINFO style = {};
     style.cbSize = sizeof style;
     style.fMask = MIM_STYLE;
-    style.dwStyle = MNS_NOCHECK;
+    style.dwStyle = MNS_NOCHECK | MNS_AUTODISMISS;
     SetMenuInfo(menu_.get(), &style);
     ModalDriver driver;
     MenuRecord open;
@@ -459,7 +535,7 @@ TEST_F(MenuIcons, AThemedMenuShowsItsIconsAndDeletesThemAfterwards) {
     EXPECT_NE(open.items[0].bitmap, nullptr);
     EXPECT_NE(open.items[1].bitmap, nullptr);
     EXPECT_EQ(open.items[2].bitmap, nullptr);
-    EXPECT_EQ(open.style & (MNS_CHECKORBMP | MNS_NOCHECK), DWORD{MNS_CHECKORBMP});
+    EXPECT_EQ(open.style, DWORD{MNS_CHECKORBMP | MNS_AUTODISMISS});
     // Deleted, and no longer in the menu or the records.
     EXPECT_EQ(GetObjectType(open.items[0].bitmap), 0u);
     EXPECT_EQ(GetObjectType(open.items[1].bitmap), 0u);

@@ -1,5 +1,6 @@
 #include "ui/clipboard.h"
 
+#include <algorithm>
 #include <cstring>
 #include <cwchar>
 
@@ -44,8 +45,9 @@ wchar_t* CopyOfBlock(HANDLE source, uint32_t& length) noexcept {
     if (const void* const chars = GlobalLock(source)) {
         memcpy(copy, chars, bytes);
         GlobalUnlock(source);
-        length = static_cast<uint32_t>(bytes / sizeof(wchar_t) - 1);
-        copy[length] = L'\0';  // other programs may forget it
+        const size_t last = bytes / sizeof(wchar_t) - 1;
+        copy[last] = L'\0';  // other programs may forget it
+        length = static_cast<uint32_t>(std::min<size_t>(last, UINT32_MAX));
         return copy;
     }
     GlobalFree(copy);

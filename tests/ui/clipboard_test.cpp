@@ -2,11 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
 #include <thread>
 
 #include "base/process.h"
 #include "base/win32_handle.h"
+#include "tests/support/guarded_buffer.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
 
@@ -156,6 +159,45 @@ TEST_F(ClipText, ABlockWithoutATerminatorIsTerminatedWithinItsSize) {
     REPLACE_CALL(unlock, GlobalUnlock, [](HGLOBAL) { return FALSE; });
     EXPECT_EQ(Get(), L"ab");
     EXPECT_EQ(length_, 2u);
+}
+
+TEST_F(ClipText, TheCopyHasTheSizeOfTheBlockAndEndsWithinIt) {
+    const struct {
+        size_t bytes;
+        const wchar_t* text;
+    } rows[] = {{2, L""}, {3, L""}, {4, L"a"}, {5, L"a"}, {7, L"ab"}, {8, L"abc"}};
+    for (const auto& row : rows) {
+        GuardedBuffer<char> block(row.bytes);
+        memcpy(block.data(), L"abcd", row.bytes);
+        GuardedBuffer<char> copy(row.bytes);
+        SIZE_T copyBytes = 0;
+        REPLACE_CALL(data, GetClipboardData, [&](UINT) { return static_cast<HANDLE>(block.data()); });
+        REPLACE_CALL(size, GlobalSize, [&](HGLOBAL) { return SIZE_T{row.bytes}; });
+        REPLACE_CALL(lock, GlobalLock, [](HGLOBAL locked) { return static_cast<void*>(locked); });
+        REPLACE_CALL(unlock, GlobalUnlock, [](HGLOBAL) { return FALSE; });
+        REPLACE_CALL(alloc, GlobalAlloc, [&](UINT, SIZE_T bytes) {
+            copyBytes = bytes;
+            return static_cast<HGLOBAL>(copy.data());
+        });
+        uint32_t length = 99;
+        EXPECT_STREQ(clip_get_text(&length, nullptr), row.text) << row.bytes;
+        EXPECT_EQ(length, row.bytes / 2 - 1);
+        EXPECT_EQ(copyBytes, row.bytes);
+    }
+}
+
+TEST_F(ClipText, OfATextWithinATextOnlyItsLengthIsRead) {
+    GuardedBuffer<wchar_t> unterminated(3);
+    std::copy_n(L"abc", 3, unterminated.data());
+    ASSERT_TRUE(clip_set_text(unterminated.data(), 3, nullptr));
+    EXPECT_EQ(Get(), L"abc");
+}
+
+TEST_F(ClipText, ALargeTextComesBackWhole) {
+    const std::wstring large(1'000'000, L'x');
+    ASSERT_TRUE(clip_set_text(large.c_str(), -1, nullptr));
+    EXPECT_EQ(Get(), large);
+    EXPECT_EQ(length_, large.size());
 }
 
 TEST_F(ClipText, ABlockTooSmallForATerminatorIsNoText) {

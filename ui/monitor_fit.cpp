@@ -27,19 +27,19 @@ BOOL CALLBACK AddMonitor(HMONITOR monitor, HDC, RECT*, LPARAM parameter) noexcep
 }
 
 // The values that an edge may have lie from first to last.
-LONG ShiftIntoRange(LONG first, LONG last, LONG value) noexcept {
+int64_t ShiftIntoRange(int64_t first, int64_t last, int64_t value) noexcept {
     if (value < first) return first - value;
     if (value > last) return last - value;
     return 0;
 }
 
-LONG LargerShift(LONG nearEdge, LONG farEdge) noexcept {
+int64_t LargerShift(int64_t nearEdge, int64_t farEdge) noexcept {
     return std::abs(farEdge) > std::abs(nearEdge) ? farEdge : nearEdge;
 }
 
 int64_t Distance(const RECT& area, POINT point) noexcept {
-    const POINT shift = ShiftIntoRect(area, point, false);
-    return std::abs(int64_t{shift.x}) + std::abs(int64_t{shift.y});
+    const RectShift shift = ShiftIntoRect(area, point, false);
+    return std::abs(shift.x) + std::abs(shift.y);
 }
 
 int32_t NearestMonitor(const MonitorRecord* records, int32_t count, POINT point) noexcept {
@@ -57,17 +57,18 @@ POINT CentreOf(const RECT& rect) noexcept {
             static_cast<LONG>((int64_t{rect.top} + rect.bottom) / 2)};
 }
 
-RECT CentredOn(POINT centre, LONG width, LONG height) noexcept {
-    const LONG left = centre.x - width / 2;
-    const LONG top = centre.y - height / 2;
-    return {left, top, left + width, top + height};
-}
-
-RECT MovedInside(RECT rect, const RECT& area) noexcept {
-    const POINT nearEdges = ShiftIntoRect(area, {rect.left, rect.top}, false);
-    const POINT farEdges = ShiftIntoRect(area, {rect.right, rect.bottom}, true);
-    OffsetRect(&rect, LargerShift(nearEdges.x, farEdges.x), LargerShift(nearEdges.y, farEdges.y));
-    return rect;
+// The part of a work area, from `first` up to `end`, that `length` units around `centre` take when they are
+// moved inside.
+struct Span {
+    LONG first;
+    LONG end;
+};
+Span FitSpan(LONG centre, LONG length, LONG first, LONG end) noexcept {
+    const int64_t wanted = int64_t{centre} - length / 2;
+    const int64_t nearShift = ShiftIntoRange(first, int64_t{end} - 1, wanted);
+    const int64_t farShift = ShiftIntoRange(int64_t{first} + 1, end, wanted + length);
+    const auto start = static_cast<LONG>(wanted + LargerShift(nearShift, farShift));
+    return {start, start + length};
 }
 
 // All monitors; the number of them, 0 when they cannot be listed.
@@ -86,12 +87,12 @@ int32_t ListAllMonitors(HeapArray<MonitorRecord>& records) noexcept {
 }  // namespace
 
 bool IsPointInRect(const RECT& rect, POINT point, bool inclusive) noexcept {
-    const POINT shift = ShiftIntoRect(rect, point, inclusive);
+    const RectShift shift = ShiftIntoRect(rect, point, inclusive);
     return shift.x == 0 && shift.y == 0;
 }
 
-POINT ShiftIntoRect(const RECT& rect, POINT point, bool inclusive) noexcept {
-    const LONG step = inclusive ? 1 : 0;
+RectShift ShiftIntoRect(const RECT& rect, POINT point, bool inclusive) noexcept {
+    const int64_t step = inclusive ? 1 : 0;
     return {ShiftIntoRange(rect.left + step, rect.right - 1 + step, point.x),
             ShiftIntoRange(rect.top + step, rect.bottom - 1 + step, point.y)};
 }
@@ -101,9 +102,11 @@ FittedRect FitRectToMonitors(const MonitorRecord* records, int32_t count, const 
     const POINT centre = CentreOf(reference);
     const int32_t index = NearestMonitor(records, count, centre);
     const RECT& area = records[index].workArea;
-    const RECT centred = CentredOn(centre, std::min<LONG>(width, area.right - area.left),
-                                   std::min<LONG>(height, area.bottom - area.top));
-    return {MovedInside(centred, area), index};
+    const Span across =
+        FitSpan(centre.x, std::min<LONG>(width, area.right - area.left), area.left, area.right);
+    const Span down =
+        FitSpan(centre.y, std::min<LONG>(height, area.bottom - area.top), area.top, area.bottom);
+    return {{across.first, down.first, across.end, down.end}, index};
 }
 
 DWORD monitor_list(MonitorRecord* records, int32_t capacity, int32_t* count) noexcept {

@@ -35,4 +35,8 @@ FittedRect FitRectToMonitors(const MonitorRecord* records, int32_t count, const 
 // pixel or a near edge. The same for y.
 bool IsPointInRect(const RECT& rect, POINT point, bool inclusive) noexcept;
 // The way the point has to go, on each axis for itself, to be in the rectangle; 0 where it is.
-POINT ShiftIntoRect(const RECT& rect, POINT point, bool inclusive) noexcept;
+struct RectShift {
+    int64_t x;
+    int64_t y;
+};
+RectShift ShiftIntoRect(const RECT& rect, POINT point, bool inclusive) noexcept;

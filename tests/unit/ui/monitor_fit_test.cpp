@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -127,6 +128,17 @@ TEST(MonitorFit, TheCentreOfExtremeRectanglesDoesNotOverflow) {
     const FittedRect result =
         FitRectToMonitors(kDesk.data(), 4, {2000000000, 2000000000, 2000000002, 2000000002}, 10, 10);
     EXPECT_TRUE(Same(result.rect, {3190, 90, 3200, 100})) << Text(result.rect);
+}
+
+TEST(MonitorFit, TheWayFromTheBordersOfTheCoordinatesDoesNotOverflow) {
+    constexpr LONG kFar = std::numeric_limits<LONG>::max();
+    const FittedRect right = FitRectToMonitors(kDesk.data(), 4, {kFar, kFar, kFar, kFar}, 100, 50);
+    EXPECT_TRUE(Same(right.rect, {3100, 50, 3200, 100})) << Text(right.rect);
+    EXPECT_EQ(right.monitorIndex, 3);
+    const FittedRect left =
+        FitRectToMonitors(kDesk.data(), 4, {-kFar - 1, -kFar - 1, -kFar - 1, -kFar - 1}, 100, 50);
+    EXPECT_TRUE(Same(left.rect, {-1024, 40, -924, 90})) << Text(left.rect);
+    EXPECT_EQ(left.monitorIndex, 1);
 }
 
 struct PointRow {

@@ -25,8 +25,8 @@ void FileTimeText(const uint64_t* fileTime, wchar_t* text, int32_t chars) noexce
     const FILETIME utc = {static_cast<DWORD>(*fileTime), static_cast<DWORD>(*fileTime >> 32)};
     FILETIME local = {};
     SYSTEMTIME time = {};
-    FileTimeToLocalFileTime(&utc, &local);
-    FileTimeToSystemTime(&local, &time);
+    // A value that the system refuses is shown as zeros.
+    if (FileTimeToLocalFileTime(&utc, &local)) FileTimeToSystemTime(&local, &time);
     xfmt(text, chars, L"%04d-%02d-%02d %02d:%02d:%02d.%03d", time.wYear, time.wMonth, time.wDay, time.wHour,
          time.wMinute, time.wSecond, time.wMilliseconds);
 }

@@ -68,6 +68,8 @@ TEST(FileTimeText, IsLocalTime) {
 
 TEST(FileTimeText, AValueOutsideTheCalendarIsAllZeros) {
     EXPECT_EQ(FileTime(UINT64_MAX), L"0000-00-00 00:00:00.000");
+    REPLACE_CALL(local, FileTimeToLocalFileTime, [](const FILETIME*, FILETIME*) { return FALSE; });
+    EXPECT_EQ(FileTime(AsNumber(kTime)), L"0000-00-00 00:00:00.000");
 }
 
 TEST(Stamps, AreCutToEveryCapacity) {

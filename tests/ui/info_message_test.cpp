@@ -42,6 +42,19 @@ TEST_F(InfoMessage, AClosedMessageGivesTwo) {
     EXPECT_EQ(InfoBoxKind(1, nullptr, L"text"), 2u);
 }
 
+TEST_F(InfoMessage, ALongTextIsShownWhole) {
+    const std::wstring longText(5000, L'x');
+    for (const bool question : {false, true}) {
+        driver_.ExpectBox(L"TAVIX").Do([&](BoxView& box) {
+            EXPECT_EQ(box.Text(kInfoBoxTextId), longText);
+            box.Press(kInfoBoxOkId);
+        });
+        const uint32_t result = question ? InfoBoxAskYes(parent(), true, L"%s", longText.c_str())
+                                         : InfoBoxKind(1, parent(), L"%s", longText.c_str());
+        EXPECT_EQ(result, 1u);
+    }
+}
+
 TEST_F(InfoMessage, AQuestionGivesTheNumberOfTheButton) {
     for (const int button : {1, 2}) {
         driver_.ExpectBox(L"TAVIX").Do([button](BoxView& box) {

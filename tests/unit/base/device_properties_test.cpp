@@ -10,11 +10,15 @@
 namespace {
 
 HWND ownerGiven;
+HINSTANCE instanceGiven;
+int showGiven;
 std::wstring argumentsGiven;
 int shown;
 
-void WINAPI FakeDeviceProperties(HWND owner, HINSTANCE, wchar_t* arguments, int) {
+void WINAPI FakeDeviceProperties(HWND owner, HINSTANCE instance, wchar_t* arguments, int show) {
     ownerGiven = owner;
+    instanceGiven = instance;
+    showGiven = show;
     argumentsGiven = arguments;
     ++shown;
 }
@@ -50,6 +54,8 @@ TEST_F(DeviceProperties, TheSystemsFunctionGetsOwnerAndDevice) {
     EXPECT_TRUE(ShowDeviceManagerProperties(owner, L"USB\\VID_1234&PID_5678\\7"));
     EXPECT_EQ(shown, 1);
     EXPECT_EQ(ownerGiven, owner);
+    EXPECT_EQ(instanceGiven, nullptr);
+    EXPECT_EQ(showGiven, SW_SHOW);
     EXPECT_EQ(argumentsGiven, L"/DeviceID USB\\VID_1234&PID_5678\\7");
     EXPECT_EQ(nameLookedUp_, "DeviceProperties_RunDLLW");
 }

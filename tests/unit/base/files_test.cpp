@@ -63,6 +63,27 @@ TEST_F(FilesTest, MakeTempFileNameAsksForAUniqueName) {
     }
 }
 
+TEST_F(FilesTest, MakeTempFileNameAsksInTheTemporaryFolder) {
+    DWORD folderChars = 0;
+    std::wstring folderGiven;
+    std::wstring prefixGiven;
+    REPLACE_CALL(path, GetTempPathW, [&](DWORD chars, LPWSTR folder) {
+        folderChars = chars;
+        wcscpy(folder, L"T:\\folder\\");
+        return DWORD{10};
+    });
+    REPLACE_CALL(temp, GetTempFileNameW, [&](LPCWSTR folder, LPCWSTR prefix, UINT, LPWSTR) {
+        folderGiven = folder;
+        prefixGiven = prefix;
+        return UINT{0};
+    });
+    wchar_t name[10];
+    MakeTempFileName(L"abc", nullptr, name, 10);
+    EXPECT_EQ(folderChars, 260u);
+    EXPECT_EQ(folderGiven, L"T:\\folder\\");
+    EXPECT_EQ(prefixGiven, L"abc");
+}
+
 TEST_F(FilesTest, MakeTempFileNameIsTrueWithAnEmptyNameWhenNoFileCanBeMade) {
     REPLACE_CALL(temp, GetTempFileNameW, [](LPCWSTR, LPCWSTR, UINT, LPWSTR name) {
         name[0] = L'?';
@@ -205,6 +226,8 @@ TEST_F(FilesTest, ANullHandleANegativeOffsetAndAFailedTransferGiveMinusOne) {
     EXPECT_EQ(WriteFileAt(file.get(), -1, 1, &byte), -1);
     REPLACE_CALL(read, ReadFile, [](HANDLE, LPVOID, DWORD, LPDWORD, LPOVERLAPPED) { return FALSE; });
     EXPECT_EQ(ReadFileAt(file.get(), 0, 1, &byte), -1);
+    REPLACE_CALL(write, WriteFile, [](HANDLE, LPCVOID, DWORD, LPDWORD, LPOVERLAPPED) { return FALSE; });
+    EXPECT_EQ(WriteFileAt(file.get(), 0, 1, &byte), -1);
 }
 
 TEST_F(FilesTest, CloseFileClosesOnce) {

@@ -33,7 +33,8 @@ INSTANTIATE_TEST_SUITE_P(Codes, RunProcessExit,
                          testing::Values(ExitRow{"Success", L"0", 0}, ExitRow{"One", L"1", 1},
                                          ExitRow{"StillActive", L"259", 259},
                                          ExitRow{"Negative", L"-1", 0xFFFFFFFF},
-                                         ExitRow{"Large", L"1073741824", 0x40000000}),
+                                         ExitRow{"Large", L"1073741824", 0x40000000},
+                                         ExitRow{"Crash", L"-1073741819", 0xC0000005}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // What reaches CreateProcessW; nothing is started.
@@ -102,6 +103,16 @@ TEST(RunProcess, WithoutWaitingTheResultIsZero) {
     REPLACE_CALL(wait, WaitForSingleObject, [](HANDLE, DWORD) { return DWORD{WAIT_FAILED}; });
     EXPECT_EQ(RunProcess(CommandThatExitsWith(L"7").c_str(), false, false), 0u);
     EXPECT_EQ(wait.calls(), 0);
+}
+
+TEST(RunProcess, WithoutWaitingBothHandlesAreClosedToo) {
+    int closed = 0;
+    REPLACE_CALL(close, CloseHandle, [&](HANDLE handle) {
+        ++closed;
+        return CloseHandle(handle);
+    });
+    EXPECT_EQ(RunProcess(CommandThatExitsWith(L"7").c_str(), false, false), 0u);
+    EXPECT_EQ(closed, 2);
 }
 
 TEST(RunProcess, WaitsWithoutLimit) {
@@ -193,6 +204,34 @@ INSTANTIATE_TEST_SUITE_P(
                     PathRow{"PrefixCutShort", L"\\Device\\HarddiskVolum", nullptr},
                     PathRow{"DosPath", L"c:\\a", nullptr}, PathRow{"Empty", L"", nullptr}),
     [](const auto& row) { return std::string(row.param.name); });
+
+// A name may have older targets, which follow the current one in the list.
+TEST(NtPathToDosPath, OnlyTheCurrentTargetOfADriveCounts) {
+    constexpr wchar_t kTargets[] = L"\\Device\\HarddiskVolume5\0\\Device\\HarddiskVolume4\0";
+    REPLACE_CALL(query, QueryDosDeviceW, [&](LPCWSTR name, LPWSTR target, DWORD) {
+        if (wcscmp(name, L"c:") != 0) return DWORD{0};
+        memcpy(target, kTargets, sizeof kTargets);
+        return static_cast<DWORD>(std::size(kTargets));
+    });
+    wchar_t path[64] = L"untouched";
+    EXPECT_FALSE(NtPathToDosPath(L"\\Device\\HarddiskVolume4\\a", path, 64));
+    EXPECT_STREQ(path, L"untouched");
+    EXPECT_TRUE(NtPathToDosPath(L"\\Device\\HarddiskVolume5\\a", path, 64));
+    EXPECT_STREQ(path, L"c:\\a");
+}
+
+// The length decides before the characters do.
+TEST(NtPathToDosPath, ATargetThatFillsItsBufferIsComparedWhole) {
+    const std::wstring device = L"\\Device\\HarddiskVolume" + std::wstring(259 - 22, L'9');
+    REPLACE_CALL(query, QueryDosDeviceW, [&](LPCWSTR, LPWSTR target, DWORD chars) {
+        wcsncpy(target, device.c_str(), chars);
+        return chars;
+    });
+    wchar_t path[8] = L"";
+    EXPECT_TRUE(NtPathToDosPath((device + L"\\x").c_str(), path, 8));
+    EXPECT_STREQ(path, L"a:\\x");
+    EXPECT_FALSE(NtPathToDosPath((device + L"9\\x").c_str(), path, 8));
+}
 
 TEST(NtPathToDosPath, AsksForEveryLetterInOrder) {
     std::wstring asked;

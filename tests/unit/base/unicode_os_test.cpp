@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/process.h"
-#include "base/windows_api.h"
+#include "base/win32_handle.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/modal_driver.h"
 
@@ -27,21 +27,27 @@ TEST(RequireUnicodeOs, AsksForTheSizeOnly) {
     EXPECT_TRUE(sizeQuery);
 }
 
-std::string ProgramPath() {
-    char path[129] = "";
-    GetModuleFileNameA(nullptr, path, 128);
-    return path;
-}
+// What the caption is to be: a path longer than 128 characters that the system cuts without a terminator.
+const std::string kLongPath = "C:\\" + std::string(200, 'p') + "\\host.exe";
 
 // Runs only in the child process of the test below.
 TEST(RequireUnicodeOsChild, DISABLED_OnASystemWithoutUnicode) {
     REPLACE_CALL(directory, GetWindowsDirectoryW, [](LPWSTR, UINT) { return UINT{0}; });
+    REPLACE_CALL(name, GetModuleFileNameA, [](HMODULE module, LPSTR path, DWORD chars) {
+        if (module != nullptr) return DWORD{0};
+        kLongPath.copy(path, chars);
+        return chars;
+    });
+    const OwnedWindow owner(CreateWindowExW(0, L"STATIC", L"owner", WS_POPUP | WS_VISIBLE, 0, 0, 200, 100,
+                                            nullptr, nullptr, nullptr, nullptr));
+    SetActiveWindow(owner.get());
     ModalDriver driver;
-    driver.ExpectBox().Do([](BoxView& box) {
+    driver.ExpectBox().Do([&owner](BoxView& box) {
         const BoxRecord record = box.Read();
         const bool right = record.text == L"This application requires an OS that supports Unicode." &&
-                           NarrowText(record.title) == ProgramPath() && record.owner == GetActiveWindow() &&
-                           record.Buttons() == std::vector<int>{IDOK} && record.icon == 0;
+                           NarrowText(record.title) == kLongPath.substr(0, 128) &&
+                           record.owner == owner.get() && record.Buttons() == std::vector<int>{IDOK} &&
+                           record.icon == 0;
         // A wrong box ends the child here, with another code than the one asked for.
         if (!right) TerminateProcess(GetCurrentProcess(), 99);
         box.Press(IDOK);

@@ -55,7 +55,7 @@ int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferC
     return xfmt(buffer, bufferChars,
                 L"TAVIX CoInstaller version: %d.%d.%d\n\n"
                 L"Usb device info %s:\n"
-                L"  idVendor: %04X , idProduct: %04X\n"
+                L"  idVender: %04X , idProduct: %04X\n"
                 L"  bcdDevice: %02d.%02d\n"
                 L"  Manufacturer: %s\n"
                 L"  Product: %s\n"

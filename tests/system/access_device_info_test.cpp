@@ -110,7 +110,7 @@ TEST_F(AccessUsbdInfo, IsShownAsText) {
     FormatUsbdInfo(info_, text, 2000);
     EXPECT_EQ(std::wstring(text),
               L"TAVIX CoInstaller version: 1.7.11\n\nUsb device info :\n"
-              L"  idVendor: 1234 , idProduct: 5678\n  bcdDevice: 01.02\n  Manufacturer: Holmark\n"
+              L"  idVender: 1234 , idProduct: 5678\n  bcdDevice: 01.02\n  Manufacturer: Holmark\n"
               L"  Product: Scanner\n  Serial: ACCESS\n  Usbd Device-instance-path: " +
                   UsbdId() + L"\n\nVcom Device-instance-path: " + VcomId() + L"\n\n");
 }

@@ -246,7 +246,7 @@ TEST(UsbdInfoText, ShowsAnOnlineDevice) {
     EXPECT_STREQ(text,
                  L"TAVIX CoInstaller version: 1.7.11\n\n"
                  L"Usb device info :\n"
-                 L"  idVendor: 12AB , idProduct: 0056\n"
+                 L"  idVender: 12AB , idProduct: 0056\n"
                  L"  bcdDevice: 10.05\n"
                  L"  Manufacturer: Holmark\n"
                  L"  Product: Scanner\n"

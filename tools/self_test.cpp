@@ -1,5 +1,6 @@
 #include "tools/self_test.h"
 
+#include "base/bounded_text.h"
 #include "base/windows_api.h"
 #include "base/xfmt.h"
 #include "driver/mapping.h"
@@ -12,19 +13,6 @@ constexpr wchar_t kTitle[] = L"TAVIX Self test";
 
 void ShowResult(const wchar_t* text, const wchar_t* title, UINT style) {
     MessageBoxW(nullptr, text, title, style);
-}
-
-wchar_t FoldAsciiCase(wchar_t c) {
-    return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c;
-}
-
-// Instance IDs are compared letter by letter: only ASCII letters have a case here, whatever the user's
-// language.
-bool EqualIgnoringAsciiCase(const wchar_t* a, const wchar_t* b) {
-    for (; FoldAsciiCase(*a) == FoldAsciiCase(*b); ++a, ++b) {
-        if (*a == L'\0') return true;
-    }
-    return false;
 }
 
 void ReportOffline(const wchar_t* expected) {
@@ -42,7 +30,7 @@ void ReportFailure(int code) {
 }
 
 void ReportAnswer(const wchar_t* expected, const wchar_t* answer) {
-    if (EqualIgnoringAsciiCase(expected, answer)) {
+    if (EqualsIgnoringCase(expected, answer)) {
         ShowResult(L"testapi_UsbdDevinstPath() test ok.", kTitle, MB_ICONINFORMATION);
         return;
     }

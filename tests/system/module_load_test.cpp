@@ -1,6 +1,10 @@
-// The device installer loads and unloads the DLL for every event: nothing may stay behind.
+// The device installer loads and unloads the DLL for every event: nothing may stay behind. And what the DLL
+// tells of itself.
 #include <gtest/gtest.h>
 
+#include <cstring>
+
+#include "base/product_version.h"
 #include "base/win32_handle.h"
 #include "tests/support/leak_counters.h"
 
@@ -59,6 +63,21 @@ TEST(ModuleLoad, AThousandLoadsLeaveNothingBehind) {
     EXPECT_EQ(after.menus, before.menus);
     EXPECT_EQ(after.heapBlocks, before.heapBlocks);
     EXPECT_LE(bytesAfter, bytesBefore + 64 * 1024);
+}
+
+TEST(ModuleVersion, InItsResourcesIsTheOneThatItsTextsShow) {
+    const LoadedLibrary library(LoadLibraryW(TAVIX_COINSTALLER_DLL));
+    const HRSRC found = FindResourceW(library.get(), MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
+    ASSERT_NE(found, nullptr);
+    constexpr size_t kFixedPart = 40;  // behind three words and the padded key "VS_VERSION_INFO"
+    ASSERT_GE(SizeofResource(library.get(), found), kFixedPart + sizeof(VS_FIXEDFILEINFO));
+    VS_FIXEDFILEINFO info;
+    const void* bytes = LockResource(LoadResource(library.get(), found));
+    std::memcpy(&info, static_cast<const BYTE*>(bytes) + kFixedPart, sizeof(info));
+    EXPECT_EQ(info.dwFileVersionMS, DWORD{kProductVersionMajor << 16 | kProductVersionMinor});
+    EXPECT_EQ(info.dwFileVersionLS, DWORD{kProductVersionBuild << 16});
+    EXPECT_EQ(info.dwProductVersionMS, info.dwFileVersionMS);
+    EXPECT_EQ(info.dwProductVersionLS, info.dwFileVersionLS);
 }
 
 }  // namespace

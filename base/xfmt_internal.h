@@ -137,4 +137,7 @@ void XfmtPrintNested(XfmtCall& call);
 // --- xfmt_trace.cpp
 
 extern XfmtTraceHook xfmtTraceHook;
+// Sends the line of the call's format, once, before the first piece of the call or of a call inside it.
+void XfmtTraceStart(XfmtCall& call);
+// A hook may have removed itself since the call began; then nothing is sent.
 void XfmtTracePiece(XfmtCall& call, int32_t count);

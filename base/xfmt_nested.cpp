@@ -9,6 +9,7 @@ namespace {
 // text.
 XfmtOutput OpenNested(XfmtCall& call) {
     XfmtTerminate(call);
+    if (call.traced) XfmtTraceStart(call);
     const int32_t position = call.info.out_pos;
     const int64_t cap = int64_t{call.target.cap} - position;
     XfmtOutput nested = call.target;

@@ -47,13 +47,16 @@ void TraceFormat(const XfmtPieceInfo& info) {
 
 XfmtTraceHook xfmtTraceHook = nullptr;
 
+void XfmtTraceStart(XfmtCall& call) {
+    if (call.traceStarted || xfmtTraceHook == nullptr) return;
+    call.traceStarted = true;
+    TraceFormat(call.info);
+}
+
 void XfmtTracePiece(XfmtCall& call, int32_t count) {
-    XfmtPieceInfo& info = call.info;
+    XfmtTraceStart(call);
     if (xfmtTraceHook == nullptr) return;
-    if (!call.traceStarted) {
-        call.traceStarted = true;
-        TraceFormat(info);
-    }
+    XfmtPieceInfo& info = call.info;
     XfmtFormatter widthAndPrecision;
     xfmt_formatter_init(&widthAndPrecision, PrintWidthAndPrecision, &info);
     wchar_t line[kXfmtTraceLineChars];
@@ -62,7 +65,7 @@ void XfmtTracePiece(XfmtCall& call, int32_t count) {
                info.format_len, info.format + info.format_pos, info.format_pos, info.format_len,
                &widthAndPrecision, info.stock, info.trace_level, info.out_pos, count,
                info.stock + static_cast<uint32_t>(info.out_pos), count, newline->wide);
-    if (xfmtTraceHook != nullptr) xfmtTraceHook(traceHookContext, line);
+    xfmtTraceHook(traceHookContext, line);
 }
 
 void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx) {

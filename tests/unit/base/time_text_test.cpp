@@ -128,6 +128,21 @@ TEST_F(ReplacedClockTest, TextsOfNowAreUtcOrLocalAsAsked) {
     EXPECT_STREQ(time_text_now(-1, 0, text, 32), L"06:07:02");
 }
 
+// One and a half seconds before 1970.
+TEST(TimeBefore1970Test, SecondsOfUtcTruncateTowardZero) {
+    REPLACE_CALL(clock, GetSystemTimeAsFileTime,
+                 [](FILETIME* time) { *time = std::bit_cast<FILETIME>(kFiletimeOf1970 - 15'000'000); });
+    EXPECT_EQ(time_now_uems_utc(), -1500);
+    EXPECT_EQ(time_now_unix_utc(), -1);
+}
+
+TEST(TimeBefore1970Test, SecondsOfTheWallClockTruncateTowardZero) {
+    REPLACE_CALL(clock, GetLocalTime,
+                 [](SYSTEMTIME* time) { *time = MakeTime(1969, 12, 31, 23, 59, 58, 500); });
+    EXPECT_EQ(time_now_uems_local(), -1500);
+    EXPECT_EQ(time_now_unix_local(), -1);
+}
+
 TEST(TimeZoneTest, TheOffsetIsTheNegatedBias) {
     for (const LONG bias : {-480L, 0L, 300L}) {
         REPLACE_CALL(zone, GetTimeZoneInformation, [bias](TIME_ZONE_INFORMATION* information) -> DWORD {

@@ -90,6 +90,12 @@ INSTANTIATE_TEST_SUITE_P(Rulers, XfmtDumpTest,
                                                  L"-----00-01-02-03\n"
                                                  L"100:          00\n"
                                                  L"104: 1f a0 ff 41"},
+                                         XfmtRow{"the_first_address_may_lie_below_zero",
+                                                 L"%.1R%2m",
+                                                 {2, kBytes},
+                                                 L"---0001\n"
+                                                 L"FFFFFFFFFFFFFFFF:   00\n"
+                                                 L"1: 1f"},
                                          XfmtRow{"no_ruler_over_nothing", L"[%R%*m]", {4, 0, kBytes}, L"[]"},
                                          XfmtRow{"no_ruler_over_null", L"[%R%4m]", {4, nullptr}, L"[]"}),
                          XfmtRowName);

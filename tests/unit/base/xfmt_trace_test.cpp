@@ -79,11 +79,59 @@ TEST_F(XfmtTraceTest, FormattersTellTheirOwnPieces) {
     wrong.magic = 0;
     xfmt(text_, 1000, L"%F%F", &formatter, &wrong);
     EXPECT_EQ(lines_, (Lines{
+                          L"  <<fmtstring>>(@lv1): %F%F\n",
                           L"    <<fmtstring>>(@lv2): *\n",
                           L"    <*> fmtpos:0+1 width:false preci:false stock:0(@lv2) outpos:0+1 (~0+1)\n",
-                          L"  <<fmtstring>>(@lv1): %F%F\n",
                           L"  <%F> fmtpos:2+2 width:false preci:false stock:0(@lv1) outpos:1+0 (~1+0)\n",
                       }));
+}
+
+TEST_F(XfmtTraceTest, ACallThatOnlyNestsTellsItsFormatFirst) {
+    std::vector<XfmtArg> none;
+    va_list list = XfmtArgList(none);
+    const XfmtNested inner = {kXfmtNestedMagic, L"x", &list};
+    const XfmtNested empty = {kXfmtNestedMagic, L"", &list};
+    xfmt(text_, 1000, L"%w%w", &inner, &empty);
+    EXPECT_EQ(lines_, (Lines{
+                          L"  <<fmtstring>>(@lv1): %w%w\n",
+                          L"    <<fmtstring>>(@lv2): x\n",
+                          L"    <x> fmtpos:0+1 width:false preci:false stock:0(@lv2) outpos:0+1 (~0+1)\n",
+                          L"  <%w> fmtpos:2+2 width:false preci:false stock:0(@lv1) outpos:1+0 (~1+0)\n",
+                      }));
+}
+
+// Hears one line and leaves.
+void ReceiveOnce(void* context, const wchar_t* line) {
+    static_cast<Lines*>(context)->push_back(line);
+    xfmt_set_trace_hook(nullptr, nullptr);
+}
+
+TEST_F(XfmtTraceTest, AHookMayRemoveItself) {
+    xfmt_set_trace_hook(ReceiveOnce, &lines_);
+    EXPECT_EQ(xfmt(text_, 1000, L"a%d", 1), 2);
+    EXPECT_EQ(lines_, Lines{L"  <<fmtstring>>(@lv1): a%d\n"});
+    EXPECT_STREQ(text_, L"a1");
+}
+
+TEST_F(XfmtTraceTest, RulerAddressAndBlankCellsAreTold) {
+    const uint8_t byte = 7;
+    EXPECT_EQ(xfmt(text_, 1000, L"%v%1.1R%1m", 0x11ull, 2, &byte), 19);
+    const std::wstring piece = L"  <%1m> fmtpos:7+3 width:true,1 preci:false stock:0(@lv1) outpos:";
+    EXPECT_EQ(lines_, (Lines{
+                          L"  <<fmtstring>>(@lv1): %v%1.1R%1m\n",
+                          L"  <%v> fmtpos:0+2 width:false preci:false stock:0(@lv1) outpos:0+0 (~0+0)\n",
+                          L"  <%1.1R> fmtpos:2+5 width:true,1 preci:true,1 stock:0(@lv1) outpos:0+0 (~0+0)\n",
+                          piece + L"0+1 (~0+1)\n",    // the ruler's indentation
+                          piece + L"1+4 (~1+4)\n",    // dashes above the address
+                          piece + L"5+2 (~5+2)\n",    // column numbers
+                          piece + L"7+2 (~7+2)\n",    //
+                          piece + L"9+1 (~9+1)\n",    // newline
+                          piece + L"10+1 (~10+1)\n",  // the row's indentation
+                          piece + L"11+4 (~11+4)\n",  // address
+                          piece + L"15+2 (~15+2)\n",  // blank cell
+                          piece + L"17+2 (~17+2)\n",  // byte
+                      }));
+    EXPECT_STREQ(text_, L" ----0001\n 10:   07");
 }
 
 TEST_F(XfmtTraceTest, DumpCellsAreTold) {

@@ -92,6 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
                 L"firstsecond text of more than 16 characters"},                       //
         XfmtRow{"s_field", L"%8s|%-8.3s|", {L"ab", L"cdefg"}, L"      ab|cde     |"},  //
         XfmtRow{"d", L"%d %8d %-8d|%08d", {-12345, 12, 34, -56}, L"-12345       12 34      |-0000056"},
+        XfmtRow{"groups_of", L"%t%_%d|%x", {L":", 4, 1234567, 0x12345u}, L"123:4567|1:2345"},  //
         XfmtRow{"D", L"%D %llD", {1234567, -1234567890123ll}, L"1 234 567 -1 234 567 890 123"},
         XfmtRow{"u", L"%t%u %12u", {L",", 4000000000u, 1234567u}, L"4,000,000,000    1,234,567"},
         XfmtRow{"U", L"%T%U", {L"_", 4000000000u}, L"4_000_000_000"},        //
@@ -113,6 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
                 L"   10:      [01]\n"
                 L"   12: [02],[03]\n"
                 L"   14: [04],[05]"},
+        XfmtRow{"m_rows", L"%k%2.1r%5m", {L" ", 3, kBytes}, L"     01 02\n  03 04 05"},  //
         XfmtRow{"unknown", L"%-5i|%5\x4E2D", {}, L"%-5i|%5\x4E2D"}),
     XfmtRowName);
 

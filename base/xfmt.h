@@ -83,7 +83,7 @@ int32_t xfmt_valloc_max(wchar_t** out, int32_t max, const wchar_t* format, va_li
 // so that later calls store nothing but keep counting. Below zero *pleft is the two's complement, as int32_t
 // reads it.
 int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...);
-// Appends to the text already in buf; returns the length of the whole.
+// Appends to the text in buf, which must be terminated even when cap is 0; returns the length of the whole.
 int32_t xfmt_append(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
 
 // Receives the engine's account of its own work, line by line. Null removes the hook. A hook that formats

@@ -191,7 +191,7 @@ void PutPrefix(DigitText& text, const XfmtCall& call, uint64_t value) {
 constexpr int32_t kLongestInPlace = 20;
 
 // Most numbers need neither precision nor groups nor a sign of their own: they are written right where they
-// belong.
+// belong. A time stamp, six padded numbers, takes half the time so.
 bool PrintInPlace(XfmtCall& call, bool negative, uint64_t value) {
     const XfmtFlags& flags = call.flags;
     if (call.info.precision_given || call.separator != nullptr || flags.left || flags.plus || flags.space)

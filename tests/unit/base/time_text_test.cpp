@@ -232,6 +232,15 @@ TEST(UnixToTmTest, LocalIsWhatTheSystemMakesOfIt) {
     EXPECT_EQ(tm.minute, 7);
 }
 
+TEST(UnixToTmTest, LocalTimeDoesNotLiftATimeBefore1601) {
+    TimeTm tm{};
+    EXPECT_EQ(LocalTmThreeHoursEast(-11644473601, &tm), 0);
+    EXPECT_EQ(tm.day, 0);
+    EXPECT_NE(LocalTmThreeHoursEast(-11644473600, &tm), 0);
+    EXPECT_EQ(tm.year, 1601 - 1900);
+    EXPECT_EQ(tm.hour, 3);
+}
+
 TEST(UnixToTmTest, UtcAsksNoTimeZone) {
     REPLACE_CALL(toLocal, FileTimeToLocalFileTime, [](const FILETIME*, FILETIME*) -> BOOL { return FALSE; });
     TimeTm tm{};

@@ -153,7 +153,14 @@ INSTANTIATE_TEST_SUITE_P(Addresses, XfmtDumpTest,
                                                  {L":", 0x12345ull, 2, kBytes, kBytes},
                                                  L"-----------0001\n"
                                                  L"0001:2345: 001f|---0001\n"
-                                                 L"0: 001f"}),
+                                                 L"0: 001f"},
+                                         XfmtRow{"group_gone_after_the_dump",
+                                                 L"%t%1v%R%1m|%17m",
+                                                 {L":", 0ull, 9, kZeros, kZeros},
+                                                 L"---000102030405060708\n"
+                                                 L"0: 00|----000102030405060708\n"
+                                                 L"00: 000000000000000000\n"
+                                                 L"09: 0000000000000000"}),
                          XfmtRowName);
 
 INSTANTIATE_TEST_SUITE_P(Limits, XfmtDumpTest,

@@ -5,6 +5,7 @@
 // after a few characters, and as a record of %F, a record of %w or a list of arguments it is one or clearly
 // not one.
 #include <algorithm>
+#include <cwchar>
 #include <memory>
 #include <random>
 
@@ -60,15 +61,20 @@ class HostileFormats {
             Universe::Level& level = universe_->levels[i];
             level.format = MakeFormat();
             level.record.format = level.format.c_str();
+            if (round_ % kRoundsPerSlots != 0) continue;
             for (XfmtArg& slot : level.slots)
                 slot = MakeSlot(i);
         }
+        ++round_;
         return universe_->levels[0].format.c_str();
     }
     va_list Args() { return universe_->levels[0].list; }
     int Below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random_); }
 
   private:
+    // Drawing hundreds of arguments costs far more than drawing the formats that take them.
+    static constexpr int kRoundsPerSlots = 16;
+
     // Records of deeper levels only: a format that contained itself would be the caller's endless loop.
     XfmtArg MakeSlot(size_t level) {
         const int kind = Below(8);
@@ -121,9 +127,45 @@ class HostileFormats {
 
     std::mt19937 random_;
     std::unique_ptr<Universe> universe_;
+    int round_ = 0;
 };
 
-TEST(XfmtHostileTest, StaysInsideItsBufferAndEnds) {
+// What is observed is produced in full, so the longest texts are left out.
+constexpr int32_t kMaxObservedChars = 500;
+
+class XfmtHostileTest : public testing::Test {
+  protected:
+    ~XfmtHostileTest() override { xfmt_set_trace_hook(nullptr, nullptr); }
+
+    // Returns what a sink received while the text went to the buffer as well.
+    static std::wstring SinkText(wchar_t* buf, int32_t cap, const wchar_t* format, va_list args) {
+        std::wstring text;
+        XfmtOutput out{};
+        out.sink = [](void* context, const wchar_t* piece, int32_t count, XfmtPieceInfo*) {
+            static_cast<std::wstring*>(context)->append(piece, static_cast<size_t>(count));
+        };
+        out.sink_ctx = &text;
+        out.buf = buf;
+        out.cap = cap;
+        xfmt_core(&out, format, args);
+        return text;
+    }
+
+    static size_t LongestTraceLine(const wchar_t* format, va_list args) {
+        size_t longest = 0;
+        xfmt_set_trace_hook(
+            [](void* context, const wchar_t* line) {
+                size_t& chars = *static_cast<size_t*>(context);
+                chars = std::max(chars, wcslen(line));
+            },
+            &longest);
+        xfmt_v(nullptr, 0, format, args);
+        xfmt_set_trace_hook(nullptr, nullptr);
+        return longest;
+    }
+};
+
+TEST_F(XfmtHostileTest, StaysInsideItsBufferAndEnds) {
     HostileFormats formats(20240306);
     GuardedBuffer<wchar_t> buffer(kMaxCap);
     GuardedBuffer<wchar_t> inFront(kMaxCap, GuardSide::kInFront);
@@ -139,6 +181,26 @@ TEST(XfmtHostileTest, StaysInsideItsBufferAndEnds) {
             ASSERT_NE(std::find(start, start + cap, L'\0'), start + cap) << PrintableText(format);
         }
     }
+}
+
+TEST_F(XfmtHostileTest, SinkAndTraceSeeTheSameText) {
+    HostileFormats formats(20240307);
+    GuardedBuffer<wchar_t> alone(kMaxCap), sunk(kMaxCap);
+    int observed = 0;
+    for (int round = 0; round < kRounds / 10; ++round) {
+        const wchar_t* const format = formats.Next();
+        const int32_t count = xfmt_v(alone.data(), kMaxCap, format, formats.Args());
+        if (count < 0 || count > kMaxObservedChars) continue;
+        ++observed;
+        const std::wstring text = SinkText(sunk.data(), kMaxCap, format, formats.Args());
+        ASSERT_EQ(static_cast<int32_t>(text.size()), count) << PrintableText(format);
+        const size_t stored = std::min<size_t>(text.size(), kMaxCap - 1);
+        ASSERT_EQ(text.substr(0, stored), std::wstring(sunk.data(), stored)) << PrintableText(format);
+        ASSERT_EQ(text.substr(0, stored), std::wstring(alone.data(), stored)) << PrintableText(format);
+        ASSERT_EQ(sunk[stored], L'\0');
+        ASSERT_LT(LongestTraceLine(format, formats.Args()), 200u) << PrintableText(format);
+    }
+    EXPECT_GT(observed, kRounds / 50);
 }
 
 }  // namespace

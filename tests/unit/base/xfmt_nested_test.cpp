@@ -1,5 +1,6 @@
 // %F and %w: formatter objects and formats inside formats.
 #include <cstdarg>
+#include <cwchar>
 
 #include "tests/support/guarded_buffer.h"
 #include "tests/unit/base/xfmt_rows.h"
@@ -204,6 +205,7 @@ TEST(XfmtFormatterTest, GetsTheContextOfItsPlace) {
     SeenByFormatter seen;
     const XfmtFormatter formatter = MakeFormatter(Look, &seen);
     wchar_t text[32];
+    wmemset(text, L'?', 32);
     seen.start = text;
     XfmtOutput out{};
     out.buf = text;
@@ -227,6 +229,7 @@ TEST(XfmtFormatterTest, BeyondTheEndItGetsAFullBuffer) {
     SeenByFormatter seen;
     const XfmtFormatter formatter = MakeFormatter(Look, &seen);
     wchar_t text[4];
+    wmemset(text, L'?', 4);
     seen.start = text;
     EXPECT_EQ(xfmt(text, 4, L"abcdef%F", &formatter), 6);
     EXPECT_EQ(seen.textSoFar, L"abc");

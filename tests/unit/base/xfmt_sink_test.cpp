@@ -104,7 +104,7 @@ TEST(XfmtSinkTest, NestedOutputReachesTheSameSink) {
     va_list list = XfmtArgList(args);
     const XfmtNested nested = {kXfmtNestedMagic, L"n%d", &list};
     EXPECT_EQ(xfmt_to_sink(Pieces::Receive, &pieces, L"a%wb", &nested), 4);
-    EXPECT_EQ(pieces.Texts(), (Texts{L"a", L"n", L"7", L"b"}));
+    ASSERT_EQ(pieces.Texts(), (Texts{L"a", L"n", L"7", L"b"}));
     EXPECT_EQ(pieces.list[0].info.trace_level, 1u);
     EXPECT_EQ(pieces.list[2].info.trace_level, 2u);
     EXPECT_EQ(pieces.list[2].info.stock, 1u);

@@ -117,7 +117,8 @@ class ReplacedCall<function> : public ReplacedCallBase {
 #define REPLACE_CALL(variable, function, ...) ReplacedCall<function> variable(#function, __VA_ARGS__)
 
 // Counts the watched calls made inside During() and makes chosen ones fail with the result and last error
-// given for them. Nothing is counted outside During(), so the test itself may use the same functions.
+// given for them. Nothing is counted outside During(), so the test itself may use the same functions. The
+// calls that do not fail go to the replacement around the watch, when there is one, or to the real system.
 class CallFaults {
   public:
     explicit CallFaults(HMODULE module = nullptr);
@@ -144,14 +145,21 @@ class CallFaults {
     template <auto function, typename Failure, typename Result, typename... Arguments>
     std::unique_ptr<ReplacedCallBase> MakeWatch(const char* name, Failure failure, DWORD error,
                                                 Result (*)(Arguments...)) {
-        return std::make_unique<ReplacedCall<function>>(
+        // Known to its own replacement once it exists.
+        auto self = std::make_shared<ReplacedCall<function>*>(nullptr);
+        auto watch = std::make_unique<ReplacedCall<function>>(
             name,
-            [this, name, failure, error](Arguments... arguments) -> Result {
-                if (!ShouldFail(name)) return ReplacedCall<function>::Original(arguments...);
+            [this, name, failure, error, self](Arguments... arguments) -> Result {
+                if (!ShouldFail(name)) {
+                    return *self != nullptr ? (*self)->Outer(arguments...)
+                                            : ReplacedCall<function>::Original(arguments...);
+                }
                 SetLastError(error);
                 return (Result)failure;
             },
             module_);
+        *self = watch.get();
+        return watch;
     }
     bool ShouldFail(const char* name);
 

@@ -137,6 +137,17 @@ TEST_F(CallFaultsTest, FromTheNthCallOnAllFail) {
     });
 }
 
+TEST_F(CallFaultsTest, CallsThatDoNotFailGoToTheReplacementAround) {
+    REPLACE_CALL(outer, GetCurrentProcessId, [] { return DWORD{42}; });
+    WATCH_CALL(faults, GetCurrentProcessId, 0, ERROR_ACCESS_DENIED);
+    faults.FailAt(1);
+    faults.During([] {
+        EXPECT_EQ(GetCurrentProcessId(), DWORD{0});
+        EXPECT_EQ(GetCurrentProcessId(), DWORD{42});
+    });
+    EXPECT_EQ(outer.calls(), 1);
+}
+
 TEST_F(CallFaultsTest, WatchingMallocDoesNotCountTheAccount) {
     WATCH_CALL(faults, malloc, nullptr, 0);
     faults.FailAt(1, true);

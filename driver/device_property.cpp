@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "base/bounded_text.h"
+#include "base/can_throw.h"
 #include "base/last_error.h"
 #include "base/xfmt.h"
 #include "driver/device_info.h"
@@ -54,6 +55,7 @@ DWORD RenderProperty(const Property& read, std::wstring& text) {
 }
 
 DWORD ReadPropertyText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, std::wstring& text) {
+    if (!CanThrow()) return ERROR_NOT_ENOUGH_MEMORY;
     try {
         Property read;
         const DWORD error = ReadProperty(deviceSet, device, property, read);

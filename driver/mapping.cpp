@@ -3,6 +3,7 @@
 #include <new>
 
 #include "base/bounded_text.h"
+#include "base/can_throw.h"
 #include "base/win32_handle.h"
 #include "driver/vbus.h"
 #include "state/device_values.h"
@@ -45,6 +46,7 @@ UfAppErr GetUsbdPathOfVcom(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom, std::wstri
     }
     const std::wstring_view path = BoundedText(info.usbdInstancePath);
     if (path.empty()) return UfAppErr_UsbDeviceOffline;
+    if (!CanThrow()) return UfAppErr_NoMem;
     try {
         usbdPath = path;
     } catch (const std::bad_alloc&) {

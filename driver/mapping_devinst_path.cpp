@@ -3,6 +3,7 @@
 #include <new>
 #include <string>
 
+#include "base/can_throw.h"
 #include "base/last_error.h"
 #include "base/win32_handle.h"
 #include "driver/mapping.h"
@@ -67,6 +68,10 @@ int QueryUsbdDevinstPath(const wchar_t* vcomInstancePath, wchar_t* buffer, DWORD
 
 int QueryUsbdDevinstPathA(const char* vcomInstancePath, char* buffer, DWORD bufferBytes,
                           DWORD* charsReturned) noexcept {
+    if (!CanThrow()) {
+        StoreCount(charsReturned, kDevinstPathUnknownChars);
+        return UfAppErr_Unknown;
+    }
     try {
         std::wstring reply(bufferBytes, L'\0');
         const int result = QueryUsbdDevinstPath(WideFromSystemCodePage(vcomInstancePath).c_str(),

@@ -12,6 +12,7 @@
 #include <shlwapi.h>
 
 #include "base/bounded_text.h"
+#include "base/can_throw.h"
 #include "base/os_version.h"
 #include "base/process.h"
 #include "base/win32_handle.h"
@@ -71,6 +72,7 @@ bool GetProcessExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) noex
 }
 
 bool FindProcessByNames(std::span<const std::wstring> names) noexcept {
+    if (!CanThrow()) return false;
     try {
         const std::vector<std::wstring> needles = NeedlesOf(names);
         DWORD processIds[kMaxProcesses];

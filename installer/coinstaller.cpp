@@ -1,7 +1,6 @@
 #include "installer/coinstaller.h"
 
 #include <memory>
-#include <new>
 
 #include "base/trace_line.h"
 #include "driver/vbus.h"
@@ -76,7 +75,7 @@ void SendRemoveNotice(const CallRecord& call) noexcept {
 // destroyed here.
 template <typename Params>
 void AddPage(const CallRecord& call, WORD templateId, DLGPROC procedure) noexcept {
-    std::unique_ptr<TavixProspageParam_base> params(new (std::nothrow) Params);
+    std::unique_ptr<TavixProspageParam_base> params(new Params);
     tavix_DIF_ADDPROPERTYPAGE_ADVANCED(call, templateId, procedure, params);
 }
 

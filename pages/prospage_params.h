@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 
 #include "base/windows_api.h"
@@ -19,6 +20,10 @@ struct TavixProspageParam_base {
     TavixProspageParam_base(const TavixProspageParam_base&) = delete;
     TavixProspageParam_base& operator=(const TavixProspageParam_base&) = delete;
     virtual ~TavixProspageParam_base() = default;
+
+    // `new` is null when there is no memory, and throws nothing inside either: see base/heap_array.h.
+    static void* operator new(size_t bytes) noexcept { return malloc(bytes); }
+    static void operator delete(void* block) noexcept { free(block); }
 
     // Of the call that asked for the page, filled in just before the page is created. Borrowed: the property
     // sheet keeps both valid until it has released the page.

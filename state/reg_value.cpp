@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/bounded_text.h"
+#include "base/can_throw.h"
 
 namespace {
 
@@ -133,6 +134,7 @@ DWORD EncodeRegValue(const RegValue& value, EncodedRegValue& encoded) noexcept {
         case REG_BINARY:
             return SetData(encoded, REG_BINARY, value.bytes.data(), value.bytes.size());
         case REG_MULTI_SZ:
+            if (!CanThrow()) return kNoMemory;
             try {
                 encoded.listText = JoinList(value.list);
             } catch (const std::bad_alloc&) {

@@ -3,6 +3,7 @@
 #include <new>
 #include <vector>
 
+#include "base/can_throw.h"
 #include "base/win32_handle.h"
 
 namespace {
@@ -41,6 +42,7 @@ bool ValueExists(HKEY key, const wchar_t* name) {
 }  // namespace
 
 DWORD QueryValue(HKEY key, const wchar_t* name, RegValue& value) noexcept {
+    if (!CanThrow()) return ERROR_NOT_ENOUGH_MEMORY;
     try {
         BYTE data[kFirstTryBytes];
         DWORD dataBytes = sizeof(data);

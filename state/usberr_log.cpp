@@ -8,6 +8,7 @@
 
 #include <shlobj.h>
 
+#include "base/can_throw.h"
 #include "base/files.h"
 #include "base/stamp_text.h"
 #include "base/xfmt.h"
@@ -88,6 +89,7 @@ UsberrTimes ReadUsberrTimes(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoD
 
 bool ReadUsberrTail(const wchar_t* path, std::wstring* text) noexcept {
     text->clear();
+    if (!CanThrow()) return false;
     try {
         std::string bytes;
         const int64_t byteCount = ReadTailBytes(path, &bytes);

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
-#include <new>
 
 #include "base/bounded_text.h"
 #include "base/files.h"
+#include "base/heap_array.h"
 #include "base/md5.h"
 #include "base/xfmt.h"
 
@@ -46,7 +45,7 @@ bool ComputeCustomResourceDigest(FileBytes& file, uint64_t slotPosition,
     if (fileBytes > kMaxImageBytes || slotPosition > fileBytes ||
         fileBytes - slotPosition < kCustomResourceSlotBytes)
         return false;
-    const std::unique_ptr<uint8_t[]> content(new (std::nothrow) uint8_t[fileBytes]);
+    const HeapArray<uint8_t> content = AllocateArray<uint8_t>(fileBytes);
     if (content == nullptr || !file.ReadAt(0, content.get(), fileBytes)) return false;
     const uint64_t slotEnd = slotPosition + kCustomResourceSlotBytes;
     Md5 md5;

@@ -20,7 +20,7 @@ class OnDirtyMemory {
     OnDirtyMemory() : memory_(sizeof(Params) + alignof(Params), 0xA5) {
         void* place = memory_.data();
         size_t room = memory_.size();
-        params_ = new (std::align(alignof(Params), sizeof(Params), place, room)) Params;
+        params_ = ::new (std::align(alignof(Params), sizeof(Params), place, room)) Params;
     }
     ~OnDirtyMemory() { params_->~Params(); }
     Params* operator->() { return params_; }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <ostream>
@@ -207,6 +208,18 @@ TEST_P(DispatchTest, DoesWhatTheKindAsksForAndReturnsSuccess) {
     EXPECT_EQ(Condense(TakeEvents()), GetParam().events);
 }
 
+TEST_P(DispatchTest, IsTracedFirst) {
+    const KindId& kind = kKinds[GetParam().kind];
+    Call(GetParam().code, kind.instanceId);
+    ASSERT_FALSE(trace_.lines().empty());
+    const std::wstring event = std::wstring(kind.label) + L":" + DifName(GetParam().code);
+    if (GetParam().code == DIF_INSTALLDEVICE) {
+        EXPECT_EQ(trace_.lines()[0].substr(0, event.size() + 10), event + L" from pid=");
+    } else {
+        EXPECT_EQ(trace_.lines()[0], event);
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Table, DispatchTest, testing::ValuesIn(DispatchRows()),
                          [](const auto& row) { return row.param.name; });
 
@@ -261,6 +274,40 @@ TEST_F(CoinstallerTest, AnInstallationIsTracedWithTheProcessItComesFrom) {
     ASSERT_FALSE(trace_.lines().empty());
     EXPECT_EQ(trace_.lines()[0], L"Vbus:DIF_INSTALLDEVICE from pid=" +
                                      std::to_wstring(GetCurrentProcessId()) + L", EXE: " + executable);
+}
+
+// In every call, though only one line shows it.
+TEST_F(CoinstallerTest, EachCallReadsTheProcessItComesFromAndInitialisesTheControlsFirst) {
+    Call(DIF_SELECTDEVICE, kKinds[0].instanceId);  // settles what is settled once
+    SetTraceLineHook(nullptr);
+    for (const DI_FUNCTION code : {DIF_SELECTDEVICE, DIF_INSTALLDEVICE, DIF_REMOVE, DIF_PROPERTYCHANGE}) {
+        Events order;
+        REPLACE_CALL(activate, ActivateActCtx, [&](HANDLE context, ULONG_PTR* cookie) {
+            order.push_back("controls");
+            return ReplacedCall<ActivateActCtx>::Original(context, cookie);
+        });
+        REPLACE_CALL(path, GetModuleFileNameW, [&](HMODULE module, wchar_t* buffer, DWORD chars) {
+            EXPECT_EQ(module, nullptr);
+            EXPECT_EQ(chars, DWORD{260});
+            order.push_back("path");
+            return ReplacedCall<GetModuleFileNameW>::Original(module, buffer, chars);
+        });
+        REPLACE_CALL(id, GetCurrentProcessId, [&] {
+            order.push_back("process");
+            return ReplacedCall<GetCurrentProcessId>::Original();
+        });
+        REPLACE_CALL(instanceId, SetupDiGetDeviceInstanceIdW,
+                     [&](HDEVINFO, SP_DEVINFO_DATA*, wchar_t*, DWORD chars, DWORD*) {
+                         if (chars == 260) order.push_back("instance ID");
+                         return FALSE;
+                     });
+        Call(code, kKinds[0].instanceId);
+        Events sorted = order;
+        std::sort(sorted.begin(), sorted.end());
+        EXPECT_EQ(sorted, (Events{"controls", "instance ID", "path", "process"})) << code;
+        EXPECT_EQ(order.front(), "controls") << code;
+        EXPECT_EQ(order.back(), "instance ID") << code;
+    }
 }
 
 TEST_F(CoinstallerTest, TheRemoveNoticeCarriesTheDevicesNameAlone) {
@@ -342,6 +389,25 @@ TEST_P(PageOwnershipTest, NothingIsLeftBehindWhetherThePageExistsOrNot) {
         const long before = countAfter(created, number);
         EXPECT_EQ(countAfter(created, number), before) << created << " " << pages;
     }
+}
+
+TEST_P(PageOwnershipTest, WithoutMemoryForItsObjectThePageIsAskedForWithoutOne) {
+    // Only the object has this size.
+    const size_t objectBytes[] = {0, sizeof(UsbdProspageParams_st), sizeof(VcomProspageParams_st),
+                                  sizeof(VbusProspageParams_st)};
+    int refused = 0;
+    {
+        REPLACE_CALL(allocation, malloc, [&](size_t bytes) -> void* {
+            if (bytes != objectBytes[GetParam().kind]) return malloc(bytes);
+            ++refused;
+            return nullptr;
+        });
+        EXPECT_EQ(Call(DIF_ADDPROPERTYPAGE_ADVANCED, InstanceId()), DWORD{NO_ERROR});
+    }
+    EXPECT_EQ(refused, 1);
+    ASSERT_EQ(pages_.size(), 1u);
+    EXPECT_EQ(pages_[0].lParam, 0);
+    EXPECT_EQ(pages_[0].pfnCallback(nullptr, PSPCB_RELEASE, &pages_[0]), 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, PageOwnershipTest,

@@ -96,6 +96,7 @@ constexpr KindRow kKindRows[] = {
     {"SystemNodeWhoseServiceIsUnreadable", L"ROOT\\SYSTEM\\0001", nullptr, DeviceKind::Unkn},
     // Compared as ASCII: this dotless letter is an i to some users' rules.
     {"SystemNodeWithASimilarLetter", L"ROOT\\SYSTEM\\0001", L"Qrv_tav\u0131x", DeviceKind::Unkn},
+    {"SystemNodeThatLooksLikeAUsbDevice", L"ROOT\\SYSTEM\\USB\\VID_1234", L"umbus", DeviceKind::Unkn},
     {"OtherRootNode", L"ROOT\\SYSTEMX\\0001", L"Qrv_tavix", DeviceKind::Unkn},
     {"EmptyId", L"", nullptr, DeviceKind::Unkn},
 };
@@ -132,6 +133,13 @@ TEST(DeviceKind, AServiceNameWithoutATerminatorIsReadToTheBuffersEnd) {
     node.instanceId = L"ROOT\\SYSTEM\\0000";
     node.service = std::wstring(40, L'x');
     EXPECT_EQ(node.Classify(), DeviceKind::Unkn);
+}
+
+TEST(DeviceKind, OurServiceNameWithoutATerminatorIsOurs) {
+    FakeNode node;
+    node.instanceId = L"ROOT\\SYSTEM\\0000";
+    node.service = L"qrv_TAVIX";  // without its NUL, as any program may store it
+    EXPECT_EQ(node.Classify(), DeviceKind::Vbus);
 }
 
 TEST(DeviceKind, TheServiceIsAskedForRootSystemNodesOnly) {

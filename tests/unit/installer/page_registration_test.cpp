@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "base/module.h"
+#include "base/xfmt.h"
 #include "resources/resource_ids.h"
 #include "tests/unit/installer/fake_element.h"
 #include "tests/unit/installer/trace_recorder.h"
@@ -94,6 +95,14 @@ TEST_F(PageRegistrationTest, TheObjectRemembersTheCall) {
     Add();
     EXPECT_EQ(object_->deviceInfoSet, FakeElement::kSet);
     EXPECT_EQ(object_->deviceInfoData, &element_.data);
+}
+
+TEST_F(PageRegistrationTest, TheObjectIsTraced) {
+    wchar_t line[200];
+    xfmt(line, 200, L"In tavix_DIF_ADDPROPERTYPAGE_ADVANCED(), TavixProspageParam_base @ 0x%p", object_);
+    pageCanBeCreated_ = false;
+    Add();
+    EXPECT_EQ(trace_.lines(), std::vector<std::wstring>{line});
 }
 
 TEST_F(PageRegistrationTest, APageThatExistsOwnsTheObject) {
@@ -213,9 +222,10 @@ TEST(ProspageCallback, TracesWhatItFreed) {
     TraceRecorder trace;
     PROPSHEETPAGEW page = {};
     page.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(new CountedParams));
+    wchar_t line[200];
+    xfmt(line, 200, L"Free TavixProspageParam_base @ 0x%p", reinterpret_cast<void*>(page.lParam));
     ProspageCallback(nullptr, PSPCB_RELEASE, &page);
-    ASSERT_EQ(trace.lines().size(), 1u);
-    EXPECT_EQ(trace.lines()[0].substr(0, 33), L"Free TavixProspageParam_base @ 0x");
+    EXPECT_EQ(trace.lines(), std::vector<std::wstring>{line});
 }
 
 TEST(ProspageCallback, APageWithoutAnObjectFreesNothing) {

@@ -46,6 +46,12 @@ TEST_F(PropertyChangeTest, ReadsTheRequestedChangeForTheTraceAndLeavesItAlone) {
     EXPECT_EQ(trace_.lines(), std::vector<std::wstring>{L"SP_PROPCHANGE_PARAMS.Statechange=2 .Scope=0x02"});
 }
 
+TEST_F(PropertyChangeTest, ReadsTheRequestedChangeThoughNobodyListens) {
+    SetTraceLineHook(nullptr);
+    Handle();
+    EXPECT_EQ(element_.classParamsReadBytes, DWORD{20});
+}
+
 TEST_F(PropertyChangeTest, MissingClassInstallParametersAreWorthANote) {
     Handle();
     EXPECT_EQ(trace_.lines(),

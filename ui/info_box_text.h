@@ -17,14 +17,17 @@ class DisplayText {
     // kMaxDisplayChars or there is no memory: then the text stays as it was.
     bool Assign(const wchar_t* source, size_t maxChars = kUnboundedText) noexcept;
 
-    const wchar_t* get() const noexcept { return chars_ ? chars_.get() : L""; }
+    const wchar_t* get() const noexcept { return shown_.chars ? shown_.chars.get() : L""; }
     size_t Length() const noexcept { return length_; }  // without the terminator
-    size_t Capacity() const noexcept { return capacity_; }
 
   private:
-    bool Reserve(size_t chars) noexcept;
+    struct Buffer {
+        std::unique_ptr<wchar_t[]> chars;
+        size_t capacity = 0;
+    };
+    static bool Reserve(Buffer& buffer, size_t chars) noexcept;
 
-    std::unique_ptr<wchar_t[]> chars_;
-    size_t capacity_ = 0;
+    Buffer shown_;
+    Buffer spare_;  // the next text is converted here, so that a failure leaves the shown one whole
     size_t length_ = 0;
 };

@@ -148,19 +148,32 @@ INSTANTIATE_TEST_SUITE_P(DisplayText, DisplayLimit,
                                          SizeRow{"TooManyByLineEnds", 0, 512'000, false}),
                          [](const auto& row) { return row.param.name; });
 
-TEST(DisplayText, KeepsItsBufferWhileTheTextFits) {
+TEST(DisplayText, ATextShownAgainAndAgainNeedsNoMemoryAnyMore) {
+    const std::wstring text(1000, L'\n');
     DisplayText display;
-    ASSERT_TRUE(display.Assign(L"a text of some length"));
-    const wchar_t* const before = display.get();
-    ASSERT_TRUE(display.Assign(L"shorter"));
-    EXPECT_EQ(display.get(), before);
+    ASSERT_TRUE(display.Assign(text.c_str()));
+    ASSERT_TRUE(display.Assign(text.c_str()));
+    refuseMemory = true;
+    for (const wchar_t* const next : {text.c_str(), L"shorter", text.c_str(), text.c_str() + 1})
+        EXPECT_TRUE(display.Assign(next));
+    refuseMemory = false;
+    EXPECT_EQ(display.Length(), size_t{2 * 999});
 }
 
-TEST(DisplayText, NeverHoldsMoreThanTheLimit) {
+TEST(DisplayText, ATextThatGrowsFindsRoomWithoutMemoryMostOfTheTime) {
     DisplayText display;
-    for (const size_t units : {size_t{600'000}, size_t{700'000}, size_t{1'023'999}}) {
+    for (size_t units = 600; units < 800; ++units) {
+        refuseMemory = units > 603;
+        EXPECT_TRUE(display.Assign(std::wstring(units, L'x').c_str()));
+        refuseMemory = false;
+    }
+}
+
+TEST(DisplayText, GrowsUpToTheLimit) {
+    DisplayText display;
+    for (const size_t units : {size_t{600'000}, size_t{700'000}, size_t{800'000}, size_t{1'023'999}}) {
         ASSERT_TRUE(display.Assign(std::wstring(units, L'x').c_str()));
-        EXPECT_LE(display.Capacity(), kMaxDisplayChars);
+        EXPECT_EQ(display.Length(), units);
     }
 }
 

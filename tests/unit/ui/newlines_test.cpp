@@ -89,6 +89,20 @@ TEST(TextConvertNewlines, NeverReadsAPageThatTheTextDoesNotTouch) {
     }
 }
 
+TEST(TextConvertNewlines, StopsAtTheGivenNumberOfCharacters) {
+    const std::wstring text = L"ab\r\ncdefghijklmnopqrstuvwxyz0123456789\r";
+    for (size_t chars = 0; chars <= text.size(); ++chars) {
+        GuardedBuffer<wchar_t> source(chars);  // without a terminator
+        std::copy_n(text.data(), chars, source.data());
+        wchar_t result[80];
+        const int32_t length = text_convert_newlines_of(source.data(), chars, result, 80, L"|");
+        EXPECT_EQ(static_cast<size_t>(length), wcslen(result));
+        EXPECT_EQ(std::wstring(result), Convert(text.substr(0, chars), L"|")) << chars;
+    }
+    wchar_t result[80];
+    EXPECT_EQ(text_convert_newlines_of(text.c_str(), 1000, result, 80, L"|"), 38);
+}
+
 // The same one character at a time.
 std::wstring PlainModel(const std::wstring& source, const std::wstring& newline) {
     std::wstring result;

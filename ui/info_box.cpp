@@ -36,8 +36,9 @@ INT_PTR RunDialog(FlexiInfoState& state, HINSTANCE instance, const wchar_t* reso
     state.shownIcon = nullptr;
     const auto param = reinterpret_cast<LPARAM>(&state);
     return resource != nullptr
-               ? DialogBoxParamW(instance, resource, state.owner, InfoBoxProc, param)
-               : DialogBoxIndirectParamW(instance, dialogTemplate, state.owner, InfoBoxProc, param);
+               ? IsolationAwareDialogBoxParamW(instance, resource, state.owner, InfoBoxProc, param)
+               : IsolationAwareDialogBoxIndirectParamW(instance, dialogTemplate, state.owner, InfoBoxProc,
+                                                       param);
 }
 
 // The system reports -1 or 0 when no dialog came up. A box destroyed from outside was not answered either.

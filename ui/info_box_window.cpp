@@ -52,6 +52,17 @@ void CentreOkControl(const FlexiInfoState& state, int shownId) noexcept {
                  SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
+void TakeFocusOff(FlexiInfoState& state) noexcept {
+    SetFocus(nullptr);
+    state.focusOff = true;
+}
+
+void InitButtons(FlexiInfoState& state) noexcept {
+    SetTextOrHide(state, kInfoBoxOkId, state.params.okText);
+    SetTextOrHide(state, kInfoBoxCancelId, state.params.cancelText);
+    if (state.params.okText == nullptr && state.params.cancelText == nullptr) TakeFocusOff(state);
+}
+
 void AnchorControls(FlexiInfoState& state) noexcept {
     const bool hasOk = state.params.okText != nullptr;
     const bool hasCancel = state.params.cancelText != nullptr;
@@ -93,11 +104,6 @@ void InitRefreshControls(FlexiInfoState& state) noexcept {
         CheckDlgButton(state.hwnd, kInfoBoxAutoId, BST_CHECKED);
         StartAutoRefresh(state);
     }
-}
-
-void TakeFocusOff(FlexiInfoState& state) noexcept {
-    SetFocus(nullptr);
-    state.focusOff = true;
 }
 
 void ApplyDefaultButton(FlexiInfoState& state) noexcept {
@@ -147,11 +153,10 @@ void OnInit(FlexiInfoState& state, HWND hwnd) noexcept {
     SetWindowLongPtrW(hwnd, DWLP_USER, reinterpret_cast<LONG_PTR>(&state));
     state.hwnd = hwnd;
     state.opened = true;
-    SetTextOrHide(state, kInfoBoxOkId, state.params.okText);
-    SetTextOrHide(state, kInfoBoxCancelId, state.params.cancelText);
+    InitButtons(state);
     AnchorControls(state);
     ShowIcon(state, state.params.normalIcon);
-    ShowCaption(state);
+    SetWindowTextW(hwnd, state.params.title);  // also of a box reopened with the time as its caption
     if (state.params.autoRefreshAtStart != 0) DispatchRefresh(state, kReasonRefresh, RefreshText::kKeep);
     if (state.hwnd != hwnd || state.ended) return;
     ConvertText(state);

@@ -207,6 +207,57 @@ TEST_F(InfoBoxMenuTest, DetachingAndAttachingKeepsTextStatesAndRefreshTime) {
     EXPECT_TRUE(IsWindowEnabled(parent()));
 }
 
+TEST_F(InfoBoxMenuTest, AReopenedBoxHasItsTitleUntilItsNextRefresh) {
+    items_[4].state = kMenuItemChecked;
+    FlexiInfoParams params = WithMenu();
+    params.showRefreshButton = 1;
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        const OpenInfoBox box(view);
+        box.Command(kInfoBoxRefreshId);
+        EXPECT_EQ(box.Caption().size(), 19u);
+        box.RightClick();
+    });
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        const OpenInfoBox box(view);
+        box.Command(kInfoBoxRefreshId);
+        EXPECT_EQ(box.Caption().size(), 19u);
+        box.Command(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoBox(parent(), &params, buffer_.data()), kInfoBoxOk);
+    EXPECT_NE(callback_.calls[1].lastRefreshTime, 0);
+}
+
+TEST_F(InfoBoxMenuTest, TimersAndSizeStartAfreshWhenReopened) {
+    FlexiInfoParams params = WithMenu();
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    params.okDelayMs = 600000;
+    params.cancelText = L"Cancel";
+    wcscpy(buffer_.data(), L"one\ntwo\nthree\nfour\nfive\nsix\nseven\neight\nnine\nten");
+    callback_.result = FIR_NoChange;
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
+    SIZE first{};
+    driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
+        const OpenInfoBox box(view);
+        first = {box.Area().right - box.Area().left, box.Area().bottom - box.Area().top};
+        box.CheckAuto(false);
+        box.Tick(2);
+        EXPECT_TRUE(box.IsEnabled(kInfoBoxOkId));
+        box.Resize(first.cx, first.cy - 30);
+        box.RightClick();
+    });
+    driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
+        const OpenInfoBox box(view);
+        EXPECT_EQ(box.Area().bottom - box.Area().top, first.cy);
+        EXPECT_TRUE(box.AutoChecked());
+        EXPECT_FALSE(box.IsEnabled(kInfoBoxOkId));
+        callback_.result = FIR_CloseOk;
+        box.Tick();
+    });
+    EXPECT_EQ(FlexiInfoBox(parent(), &params, buffer_.data()), kInfoBoxOk);
+}
+
 TEST_F(InfoBoxMenuTest, ACallbackThatClosesOnDetachingEndsTheBox) {
     callback_.result = FIR_CloseOk;
     driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));

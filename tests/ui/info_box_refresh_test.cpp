@@ -340,22 +340,88 @@ TEST_F(InfoBoxRefresh, AnAlertIsOverWhenTheNormalIconIsAskedFor) {
     });
 }
 
-TEST_F(InfoBoxRefresh, ATextBeyondTheLimitSaysSoInTheCallersBuffer) {
-    buffer_.resize(1'100'000);
-    const std::wstring tooLong(1'024'001, L'x');
+// Lines of 98 characters; each CR LF stays as it is.
+std::wstring TextOf(size_t units) {
+    std::wstring text;
+    while (text.size() < units)
+        text += std::wstring(98, L'x') + L"\r\n";
+    text.resize(units - 1);
+    return text + L'.';
+}
+
+struct LimitRow {
+    const char* name;
+    size_t units;
+    bool fits;
+};
+void PrintTo(const LimitRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class InfoBoxLimit : public InfoBoxTest, public testing::WithParamInterface<LimitRow> {
+  protected:
+    InfoBoxLimit() { buffer_.resize(1'100'000); }
+    void ExpectAnswer(const OpenInfoBox& box, int shownBefore) const {
+        const int shown = GetWindowTextLengthW(GetDlgItem(box.hwnd(), kInfoBoxTextId));
+        EXPECT_EQ(shown, GetParam().fits ? static_cast<int>(GetParam().units) : shownBefore);
+        if (GetParam().fits) {
+            EXPECT_EQ(buffer_.data(), TextOf(GetParam().units));
+        } else {
+            EXPECT_STREQ(buffer_.data(), L"No memory!");
+        }
+    }
+};
+
+TEST_P(InfoBoxLimit, HoldsForTheFirstText) {
+    Show(Recorded(), TextOf(GetParam().units).c_str(), [&](OpenInfoBox& box) {
+        ExpectAnswer(box, 0);
+        callback_.result = FIR_NoChange;
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_P(InfoBoxLimit, HoldsForARefresh) {
     callback_.act = [&](FlexiInfoEvent& event, wchar_t* text, uint32_t) {
         if (event.reason != kReasonRefreshButton) return FIR_NoChange;
-        wcscpy(text, tooLong.c_str());
+        wcscpy(text, TextOf(GetParam().units).c_str());
         return FIR_Update;
     };
     FlexiInfoParams params = Recorded();
     params.showRefreshButton = 1;
     Show(params, L"shown", [&](OpenInfoBox& box) {
         box.Command(kInfoBoxRefreshId);
-        EXPECT_EQ(box.Text(), L"shown");
+        ExpectAnswer(box, 5);
         box.Command(kInfoBoxOkId);
     });
-    EXPECT_STREQ(buffer_.data(), L"No memory!");
+}
+
+INSTANTIATE_TEST_SUITE_P(InfoBox, InfoBoxLimit,
+                         testing::Values(LimitRow{"Largest", 1'023'999, true},
+                                         LimitRow{"OneTooMany", 1'024'000, false},
+                                         LimitRow{"TwoTooMany", 1'024'001, false}),
+                         [](const auto& row) { return row.param.name; });
+
+// The block that a display text of eight units needs finds no memory on the box's thread.
+void* RefusingMalloc(size_t bytes) {
+    const bool refused = GetCurrentThreadId() == countedThread && bytes == 9 * sizeof(wchar_t);
+    return refused ? nullptr : realMalloc(bytes);
+}
+
+TEST_F(InfoBoxRefresh, TheWordsAboutMissingMemoryKeepWithinTheBuffer) {
+    wchar_t text[] = L"\n\n\n\n|beyond";
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& box) {
+        EXPECT_EQ(box.Text(kInfoBoxTextId), L"");
+        box.Close();
+    });
+    FlexiInfoParams params{};
+    params.textBufferChars = 4;
+    realMalloc = reinterpret_cast<void* (*)(size_t)>(ImportedFunction(nullptr, "malloc"));
+    const ImportRedirect redirect(nullptr, nullptr, "malloc", reinterpret_cast<void*>(&RefusingMalloc));
+    countedThread = GetCurrentThreadId();
+    EXPECT_EQ(FlexiInfoBox(parent(), &params, text), kInfoBoxCancel);
+    countedThread = 0;
+    EXPECT_STREQ(text, L"No ");
+    EXPECT_STREQ(text + 4, L"|beyond");
 }
 
 TEST_F(InfoBoxRefresh, ATextWithoutTerminatorEndsAtTheBuffersCapacity) {

@@ -1,6 +1,7 @@
 #include "ui/info_box.h"
 
 #include "base/time_text.h"
+#include "ui/activation_context.h"
 #include "ui/info_box_template.h"
 
 #include "tests/support/import_redirect.h"
@@ -66,6 +67,41 @@ TEST_F(InfoBox, AMissingDialogResourceGivesFive) {
 
 TEST_F(InfoBox, AVanishedParentGivesFive) {
     EXPECT_EQ(FlexiInfoBox(reinterpret_cast<HWND>(0x7654321), nullptr, nullptr), 5u);
+}
+
+// A box shows the module's common controls whatever its host process uses.
+TEST_F(InfoBox, WithoutTheModulesActivationContextNoBoxOpens) {
+    IsolationAwareCleanup();
+    REPLACE_CALL(query, QueryActCtxW, [](DWORD, HANDLE, PVOID, ULONG, PVOID buffer, SIZE_T, SIZE_T*) -> BOOL {
+        static_cast<ACTIVATION_CONTEXT_BASIC_INFORMATION*>(buffer)->hActCtx =
+            reinterpret_cast<HANDLE>(0x4560);
+        return TRUE;
+    });
+    REPLACE_CALL(activate, ActivateActCtx, [](HANDLE, ULONG_PTR*) -> BOOL { return FALSE; });
+    const InfoBoxTemplate own(FlexiInfoParams{});
+    EXPECT_EQ(FlexiInfoBox(parent(), nullptr, nullptr), 5u);
+    EXPECT_EQ(FlexiInfoBoxFromTemplate(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(4711), own.get(), parent(),
+                                       nullptr, nullptr),
+              5u);
+    EXPECT_TRUE(driver_.boxes().empty());
+    IsolationAwareCleanup();
+}
+
+TEST_F(InfoBox, WithoutButtonsNoWindowHasTheFocusAtTheFirstRefresh) {
+    FlexiInfoParams params = Recorded();
+    params.okText = nullptr;
+    params.autoRefreshAtStart = 1;
+    SetFocus(parent());
+    HWND focus = parent();
+    callback_.act = [&](FlexiInfoEvent& event, wchar_t*, uint32_t) {
+        if (event.reason == kReasonRefresh) focus = GetFocus();
+        return FIR_NoChange;
+    };
+    Show(params, L"", [](OpenInfoBox& box) {
+        EXPECT_EQ(box.FocusId(), 0);
+        box.Command(kInfoBoxCancelId);
+    });
+    EXPECT_EQ(focus, nullptr);
 }
 
 TEST_F(InfoBox, ATemplateOfTheCallerIsUsed) {

@@ -16,6 +16,13 @@ std::wstring SystemText(const wchar_t* what, DWORD error) {
     return std::wstring(what) + L" (Windows error " + std::to_wstring(error) + L")";
 }
 
+// Of opening the library.
+std::wstring OpenFailure() {
+    const DWORD error = FailureCode();
+    const bool isMissing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return SystemText(isMissing ? L"there is no such file" : L"the file cannot be opened", error);
+}
+
 StampResult Failed(std::wstring error) {
     return {StampOutcome::kFailed, L"", std::move(error)};
 }
@@ -36,16 +43,18 @@ std::optional<std::wstring> ReadLibrary(HANDLE file, Library* library) {
     HandleBytes bytes(file);
     PeString slot;
     if (!FindPeString(bytes, kCustomResourceDigestString, &slot))
-        return L"this is not a PE file with a string table that could hold string 18001";
+        return L"there is no string 18001: either this is no PE file or it has no string table 1126";
     if (slot.chars != kCustomResourceDigestChars)
         return L"string 18001 has " + std::to_wstring(slot.chars) +
                L" characters; it needs 32 (for example 32 zeros)";
     library->slotPosition = slot.position;
+    // Refuses what no memory would hold, before that memory is asked for.
+    if (!ComputeCustomResourceDigest(bytes, slot.position, library->digest))
+        return L"the file cannot be read in full, or it is larger than a library can be";
     library->content.resize(bytes.SizeInBytes());
     if (library->content.size() < slot.position + kCustomResourceSlotBytes ||
-        !bytes.ReadAt(0, library->content.data(), library->content.size()) ||
-        !ComputeCustomResourceDigest(bytes, slot.position, library->digest))
-        return SystemText(L"the file cannot be read in full", FailureCode());
+        !bytes.ReadAt(0, library->content.data(), library->content.size()))
+        return SystemText(L"the file cannot be read", FailureCode());
     return std::nullopt;
 }
 
@@ -96,7 +105,7 @@ StampResult ReplaceLibrary(const std::wstring& path, const Library& library) {
 
 StampResult CheckLibrary(const std::wstring& path) {
     const FileHandle file = OpenForReading(path);
-    if (!file) return Failed(SystemText(L"the file cannot be opened", FailureCode()));
+    if (!file) return Failed(OpenFailure());
     Library library;
     if (const auto error = ReadLibrary(file.get(), &library)) return Failed(*error);
     if (!VerifyCustomResourceFile(file.get()))
@@ -108,7 +117,7 @@ StampResult StampLibrary(const std::wstring& path) {
     Library library;
     {
         const FileHandle file = OpenForReading(path);
-        if (!file) return Failed(SystemText(L"the file cannot be opened", FailureCode()));
+        if (!file) return Failed(OpenFailure());
         if (const auto error = ReadLibrary(file.get(), &library)) return Failed(*error);
         if (VerifyCustomResourceFile(file.get())) return {StampOutcome::kAlreadyStamped, library.digest, L""};
     }

@@ -101,7 +101,8 @@ Bytes LibraryWithoutStrings() {
     return library.Build();
 }
 
-constexpr wchar_t kNoTable[] = L"this is not a PE file with a string table that could hold string 18001";
+constexpr wchar_t kNoTable[] =
+    L"there is no string 18001: either this is no PE file or it has no string table 1126";
 
 class CustomresStampUnfit : public testing::TestWithParam<Unfit> {};
 
@@ -128,9 +129,35 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST(CustomresStamp, AMissingFileIsAnError) {
-    const StampResult result = StampLibrary(L"C:\\no such folder\\tavix_customres.dll");
+    const TemporaryFile file({});
+    const std::wstring missing = file.path() + L".no such file";
+    EXPECT_EQ(StampLibrary(missing).error, L"there is no such file (Windows error 2)");
+    EXPECT_EQ(CheckLibrary(missing).error, L"there is no such file (Windows error 2)");
+    EXPECT_EQ(StampLibrary(L"C:\\no such folder\\tavix_customres.dll").error,
+              L"there is no such file (Windows error 3)");
+}
+
+TEST(CustomresStamp, AFileThatCannotBeOpenedIsAnError) {
+    const TemporaryFile file(Unstamped());
+    const KernelHandle inUse = OpenFileRw(file.path().c_str(), true);
+    const StampResult result = StampLibrary(file.path());
     EXPECT_EQ(result.outcome, StampOutcome::kFailed);
-    EXPECT_EQ(result.error, L"the file cannot be opened (Windows error 3)");
+    EXPECT_EQ(result.error, L"the file cannot be opened (Windows error 32)");
+}
+
+// Nothing of that size is read or asked for as memory.
+TEST(CustomresStamp, ALibraryTooLargeToBeLoadedIsRefusedAndUntouched) {
+    const TemporaryFile file(Unstamped());
+    for (const int64_t bytes : {int64_t{1} << 31, int64_t{1} << 47}) {
+        REPLACE_CALL(size, GetFileSizeEx, [&](HANDLE, LARGE_INTEGER* answer) {
+            answer->QuadPart = bytes;
+            return TRUE;
+        });
+        const StampResult result = StampLibrary(file.path());
+        EXPECT_EQ(result.outcome, StampOutcome::kFailed);
+        EXPECT_EQ(result.error, L"the file cannot be read in full, or it is larger than a library can be");
+    }
+    ExpectFileIs(file, Unstamped());
 }
 
 TEST(CustomresStamp, AReadOnlyFileIsRefusedAndUntouched) {

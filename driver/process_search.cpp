@@ -47,8 +47,10 @@ bool GetLimitedExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) {
 std::vector<std::wstring> NeedlesOf(std::span<const std::wstring> names) {
     std::vector<std::wstring> needles;
     needles.reserve(names.size());
-    for (const std::wstring& name : names)
-        needles.push_back(L"\\" + name);
+    for (const std::wstring& name : names) {
+        // The backslash alone would be found in every path.
+        if (!name.empty()) needles.push_back(L"\\" + name);
+    }
     return needles;
 }
 

@@ -12,5 +12,5 @@
 bool GetProcessExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) noexcept;
 
 // True when the program path of a running process contains a backslash followed by one of the names, whatever
-// the case. Processes that deny even limited access are skipped.
+// the case; an empty name counts as none. Processes that deny even limited access are skipped.
 bool FindProcessByNames(std::span<const std::wstring> names) noexcept;

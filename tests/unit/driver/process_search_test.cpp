@@ -190,6 +190,12 @@ TEST_F(ProcessSearch, FindsANameInsideThePath) {
     EXPECT_TRUE(Find({L"vmware.exe"}));
 }
 
+TEST_F(ProcessSearch, AnEmptyNameIsThatOfNoProgram) {
+    processes_[7].kernelPath = L"\\Device\\HarddiskVolume3\\b.exe";
+    EXPECT_FALSE(Find({L""}));
+    EXPECT_TRUE(Find({L"", L"b.exe"}));
+}
+
 TEST_F(ProcessSearch, LooksAtEveryProcessItMayOpen) {
     processes_[1].limitedError = ERROR_ACCESS_DENIED;
     processes_[1].kernelPath = L"\\Device\\a\\hidden.exe";

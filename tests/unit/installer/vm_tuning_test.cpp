@@ -114,6 +114,18 @@ TEST_F(VmTuning, AMissingOrEmptyListMatchesNothing) {
     EXPECT_FALSE(IsVmHostProcessRunning(L"ListVMwareProcessNames"));
 }
 
+// The end of a list is an empty text: nothing behind one belongs to it, and an empty name, which every path
+// would contain behind some backslash, is none of its names.
+TEST_F(VmTuning, AnEmptyTextEndsTheListAndMatchesNothing) {
+    for (const std::vector<std::wstring>& list : {std::vector<std::wstring>{L""},
+                                                  {L"", L""},
+                                                  {L"", OwnName()},
+                                                  {L"no such program.exe", L"", OwnName()}}) {
+        StoreList(L"ListVMwareProcessNames", list);
+        EXPECT_FALSE(IsVmHostProcessRunning(L"ListVMwareProcessNames")) << testing::PrintToString(list);
+    }
+}
+
 TEST_F(VmTuning, AListOfAnotherTypeMatchesNothing) {
     for (const DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_BINARY}) {
         StoreText(L"ListVMwareProcessNames", type, OwnName() + L'\0');
@@ -223,8 +235,17 @@ TEST_F(VmTuning, AnyMarkButZeroEndsItBeforeAProcessIsLookedAt) {
     EXPECT_EQ(enumerate.calls(), 1);
 }
 
+// The character and the terminator of the text are four bytes, as a number has.
 TEST_F(VmTuning, AMarkOfAnotherTypeCountsAsNone) {
-    StoreText(L"InitVMDetectDone", REG_SZ, L"1");
+    for (const DWORD type : {REG_SZ, REG_BINARY, REG_MULTI_SZ, REG_DWORD_BIG_ENDIAN, REG_QWORD}) {
+        StoreText(L"InitVMDetectDone", type, L"1");
+        ApplyVmTuningOnce();
+        EXPECT_THAT(Numbers(), ElementsAre(Pair(L"InitVMDetectDone", 1))) << type;
+    }
+}
+
+TEST_F(VmTuning, AMarkThatIsNoWholeNumberCountsAsNone) {
+    StoreText(L"InitVMDetectDone", REG_DWORD, L"123");
     ApplyVmTuningOnce();
     EXPECT_THAT(Numbers(), ElementsAre(Pair(L"InitVMDetectDone", 1)));
 }
@@ -257,6 +278,21 @@ TEST_F(VmTuning, ADetectionThatFailedIsNotTriedAgain) {
     ApplyVmTuningOnce();
     EXPECT_EQ(enumerate.calls(), 1);
     EXPECT_THAT(Numbers(), ElementsAre(Pair(L"InitVMDetectDone", 1)));
+}
+
+TEST_F(VmTuning, WritesTheMarkThenThePartialBytesThenTheDelay) {
+    StoreList(L"ListVMwareProcessNames", {OwnName()});
+    std::vector<std::wstring> written;
+    REPLACE_CALL(
+        write, RegSetValueExW,
+        [&](HKEY key, const wchar_t* name, DWORD reserved, DWORD type, const BYTE* data, DWORD bytes) {
+            EXPECT_EQ(type, DWORD{REG_DWORD});
+            written.emplace_back(name);
+            return ReplacedCall<RegSetValueExW>::Original(key, name, reserved, type, data, bytes);
+        });
+    ApplyVmTuningOnce();
+    EXPECT_THAT(written, ElementsAre(L"InitVMDetectDone", L"isDropPartialBytesOnUsbError",
+                                     L"ClearInputDelayMillisecMinimum"));
 }
 
 TEST_F(VmTuning, AFailedWriteEndsNothing) {

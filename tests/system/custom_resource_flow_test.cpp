@@ -1,4 +1,6 @@
 // The sample customer library, stamped by the tool that is shipped for it, as the installed DLL takes it.
+#include <gmock/gmock.h>
+
 #include <string>
 
 #include "base/windows_api.h"
@@ -8,6 +10,7 @@
 #include "base/files.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
+#include "tests/support/loading_probe.h"
 #include "tests/support/temporary_file.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/package_fixture.h"
@@ -123,6 +126,15 @@ TEST_F(CustomResourceFlow, TheLibraryComesAndGoesWithTheModule) {
         EXPECT_NE(sample.LoadedModule(), nullptr);
     }
     EXPECT_EQ(sample.LoadedModule(), nullptr);
+}
+
+// Neither for its digest nor for its texts is another library loaded under the loader lock. The new process
+// installs and stamps the sample once more, which changes nothing.
+TEST(CustomResourceLoading, BringsTheLibraryAndNothingElse) {
+    const InstalledSample sample;
+    sample.Stamp();
+    EXPECT_EXIT(TellWhatLoadingBrings(TAVIX_COINSTALLER_DLL), testing::ExitedWithCode(0),
+                testing::EndsWith("[tavix_coinstaller.dll][tavix_customres.dll]"));
 }
 
 TEST_F(CustomResourceFlow, LoadingWithALibraryLeavesNothingBehind) {

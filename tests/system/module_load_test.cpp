@@ -1,5 +1,6 @@
 // The device installer loads and unloads the DLL for every event: nothing may stay behind. And what the DLL
 // tells of itself.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -7,6 +8,7 @@
 #include "base/product_version.h"
 #include "base/win32_handle.h"
 #include "tests/support/leak_counters.h"
+#include "tests/support/loading_probe.h"
 
 namespace {
 
@@ -39,6 +41,12 @@ TEST(ModuleLoad, TheMemoryCounterSeesAnAllocation) {
 TEST(ModuleLoad, UnloadsWithItsLastReference) {
     LoadAndUnload();
     EXPECT_EQ(GetModuleHandleW(L"tavix_coinstaller.dll"), nullptr);
+}
+
+// Whatever the DLL loads while it is loaded itself, it loads under the loader lock.
+TEST(ModuleLoad, BringsNoFurtherLibraryAndNoWindow) {
+    EXPECT_EXIT(TellWhatLoadingBrings(TAVIX_COINSTALLER_DLL), testing::ExitedWithCode(0),
+                testing::EndsWith("[tavix_coinstaller.dll]"));
 }
 
 TEST(ModuleLoad, AThousandLoadsLeaveNothingBehind) {

@@ -190,6 +190,21 @@ TEST(CustomresStamp, AtTheRenameTheOldFileIsWholeAndTheNewOneComplete) {
     EXPECT_EQ(move.calls(), 1);
 }
 
+TEST(CustomresStamp, ANewFileThatDoesNotVerifyIsThrownAway) {
+    const TemporaryFile file(Unstamped());
+    REPLACE_CALL(write, WriteFile,
+                 [](HANDLE target, const void* data, DWORD bytes, DWORD* written, OVERLAPPED* overlapped) {
+                     const auto* const first = static_cast<const uint8_t*>(data);
+                     Bytes damaged(first, first + bytes);
+                     damaged.back() ^= 1;
+                     return WriteFile(target, damaged.data(), bytes, written, overlapped);
+                 });
+    const StampResult result = StampLibrary(file.path());
+    EXPECT_EQ(result.outcome, StampOutcome::kFailed);
+    EXPECT_EQ(result.error, L"the stamped file does not verify");
+    ExpectFileIs(file, Unstamped());
+}
+
 TEST(CustomresStamp, WhateverFailsTheFileIsTheOldOrTheNewOne) {
     CallFaults faults;
     WATCH_CALL(faults, CreateFileW, INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED);

@@ -1,5 +1,6 @@
 #include "ui/custom_resource.h"
 
+#include "base/error_boxes.h"
 #include "base/files.h"
 #include "base/module.h"
 #include "base/trace_line.h"
@@ -63,7 +64,10 @@ void LoadCustomResourceLibrary() noexcept {
     if (library) return;
     const LibraryPath path;
     if (path.text[0] == L'\0') return;
-    library.reset(IsolationAwareLoadLibraryW(path.text));
+    {
+        const NoErrorBoxes quiet;
+        library.reset(IsolationAwareLoadLibraryW(path.text));
+    }
     if (!library) return;
     TraceLine(L"TAVIX coinstaller custom resource dll loaded.");
     if (ReadDigitString(kSwitchString) != 0) return;

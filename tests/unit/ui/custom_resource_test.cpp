@@ -119,6 +119,23 @@ TEST_F(CustomResource, AFileThatIsNoLibraryIsIgnored) {
     EXPECT_THAT(traced, IsEmpty());
 }
 
+// Real systems else show a box about a damaged image, and wait for its button under the loader lock.
+TEST_F(CustomResource, AFileThatIsNoLibraryRaisesNoMessageBox) {
+    Install(Bytes(5000, 'x'));
+    DWORD modeBefore = 0;
+    SetThreadErrorMode(0, &modeBefore);
+    DWORD modeAtLoad = 0;
+    REPLACE_CALL(load, LoadLibraryW, [&](const wchar_t* path) {
+        modeAtLoad = GetThreadErrorMode();
+        return LoadLibraryW(path);
+    });
+    LoadCustomResourceLibrary();
+    EXPECT_EQ(load.calls(), 1);
+    EXPECT_TRUE(modeAtLoad & SEM_FAILCRITICALERRORS);
+    EXPECT_EQ(GetThreadErrorMode(), 0u);
+    SetThreadErrorMode(modeBefore, nullptr);
+}
+
 TEST_F(CustomResource, ALibraryThatCannotBeReadStaysUnused) {
     InstallStamped(CustomerLibrary());
     std::wstring opened;

@@ -242,6 +242,22 @@ TEST_F(CoinstallerTest, EveryOtherCodeIsOnlyTraced) {
     EXPECT_EQ(TakeEvents(), Events{});
 }
 
+// With the module's activation context; the node is looked at afterwards.
+TEST_F(CoinstallerTest, EveryCallInitialisesTheCommonControlsFirst) {
+    REPLACE_CALL(activate, ActivateActCtx,
+                 [](HANDLE context, ULONG_PTR* cookie) { return ActivateActCtx(context, cookie); });
+    int activationsBefore = 0;
+    REPLACE_CALL(service, SetupDiGetDeviceRegistryPropertyW, [&](auto...) {
+        EXPECT_GT(activate.calls(), activationsBefore);
+        return FALSE;
+    });
+    for (DI_FUNCTION code = DIF_ADDPROPERTYPAGE_BASIC; code <= DIF_POWERMESSAGEWAKE; ++code) {
+        activationsBefore = activate.calls();
+        Call(code, L"ROOT\\SYSTEM\\0001");
+    }
+    EXPECT_EQ(service.calls(), 4);
+}
+
 TEST_F(CoinstallerTest, TheFirstPassOfAVcomAsksForPostProcessingAndDoesNothing) {
     COINSTALLER_CONTEXT_DATA context = {};
     EXPECT_EQ(Call(DIF_INSTALLDEVICE, kKinds[2].instanceId, &context), DWORD{0xE0000226});

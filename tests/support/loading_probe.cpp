@@ -62,6 +62,7 @@ void TellWhatLoadingBrings(const wchar_t* imagePath) {
     const std::set<std::wstring> after = LoadedModuleNames();
     std::vector<std::wstring> added;
     std::set_difference(after.begin(), after.end(), before.begin(), before.end(), std::back_inserter(added));
+    std::fputs("brings: ", stderr);
     for (const std::wstring& name : added)
         std::fprintf(stderr, "[%ls]", name.c_str());
     if (CountWindows() > 0) std::fputs("[windows]", stderr);

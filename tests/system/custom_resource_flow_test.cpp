@@ -20,21 +20,9 @@ namespace {
 constexpr WORD kPageIcon = 104;
 constexpr WORD kCustomPageIcon = 18001;
 
-// Exit code of the tool for the file.
+// Exit code of the tool.
 DWORD RunStampTool(const std::wstring& arguments) {
-    std::wstring command = std::wstring(L"\"") + TAVIX_CUSTOMRES_STAMP + L"\" " + arguments;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION started = {};
-    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
-                        &startup, &started))
-        return MAXDWORD;
-    const KernelHandle thread(started.hThread);
-    const KernelHandle process(started.hProcess);
-    DWORD code = MAXDWORD;
-    EXPECT_EQ(WaitForSingleObject(process.get(), 30000), DWORD{WAIT_OBJECT_0});
-    GetExitCodeProcess(process.get(), &code);
-    return code;
+    return RunProgram(std::wstring(L"\"") + TAVIX_CUSTOMRES_STAMP + L"\" " + arguments);
 }
 
 // The package folder with the unstamped sample in it.
@@ -134,7 +122,7 @@ TEST(CustomResourceLoading, BringsTheLibraryAndNothingElse) {
     const InstalledSample sample;
     sample.Stamp();
     EXPECT_EXIT(TellWhatLoadingBrings(TAVIX_COINSTALLER_DLL), testing::ExitedWithCode(0),
-                testing::EndsWith("[tavix_coinstaller.dll][tavix_customres.dll]"));
+                testing::EndsWith("brings: [tavix_coinstaller.dll][tavix_customres.dll]"));
 }
 
 TEST_F(CustomResourceFlow, LoadingWithALibraryLeavesNothingBehind) {

@@ -3,6 +3,7 @@
 
 #include "tests/support/import_redirect.h"
 #include "tests/support/temporary_file.h"
+#include "tests/support/wait_until.h"
 #include "tests/system/package_fixture.h"
 
 namespace {
@@ -56,6 +57,37 @@ class PackageFolder {
     bool made_ = false;
 };
 
+// A copy of the demonstration's installing program to which the system says that it is version 5.2, as
+// Windows XP x64 does. Wine decides that by the program's file name.
+class LegacyInstaller {
+  public:
+    LegacyInstaller() {
+        wchar_t folder[MAX_PATH] = L"";
+        GetTempPathW(MAX_PATH, folder);
+        path_ = std::wstring(folder) + kName;
+        EXPECT_TRUE(CopyFileW(TAVIX_DEMO_STEPS, path_.c_str(), FALSE));
+        constexpr wchar_t kVersion[] = L"winxp64";
+        EXPECT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, kSettings.c_str(), L"Version", REG_SZ, kVersion,
+                                  sizeof(kVersion)),
+                  ERROR_SUCCESS);
+    }
+    ~LegacyInstaller() {
+        RegDeleteKeyW(HKEY_CURRENT_USER, kSettings.c_str());
+        EXPECT_TRUE(
+            WaitUntil("the program file to be free", [&] { return DeleteFileW(path_.c_str()) != FALSE; }));
+    }
+    LegacyInstaller(const LegacyInstaller&) = delete;
+    LegacyInstaller& operator=(const LegacyInstaller&) = delete;
+
+    DWORD Run(const std::wstring& arguments) const { return RunProgram(L"\"" + path_ + L"\" " + arguments); }
+
+  private:
+    static constexpr wchar_t kName[] = L"tavix_legacy_installer.exe";
+    inline static const std::wstring kSettings = std::wstring(L"Software\\Wine\\AppDefaults\\") + kName;
+
+    std::wstring path_;
+};
+
 class LegacyLoader : public PackageTest {
   protected:
     // Installs the node's driver on a system of that version, as far as the DLL can tell.
@@ -90,6 +122,16 @@ TEST_F(LegacyLoader, OnMajorVersionFiveItIsCopied) {
         EXPECT_EQ(copy_.Read(), loader_);
         EXPECT_EQ(source_.Read(), loader_);
     }
+}
+
+// The DLL is loaded, and installs the bus, in a process that sees version 5.2.
+TEST_F(LegacyLoader, TheWholeInstallationOnSuchASystemCopiesIt) {
+    const LegacyInstaller installer;
+    source_.Write(loader_);
+    EXPECT_EQ(installer.Run(std::wstring(L"plug \"") + TAVIX_PACKAGE_DIR + L"\""), 0u);
+    EXPECT_TRUE(NodeExists(kBusInstanceId));
+    EXPECT_EQ(copy_.Read(), loader_);
+    EXPECT_EQ(installer.Run(L"remove"), 0u);
 }
 
 TEST_F(LegacyLoader, OnLaterVersionsNoFileIsTouched) {

@@ -59,6 +59,23 @@ void PackageTest::TearDownTestSuite() {
     if (!busWasThere) RemoveVbus();
 }
 
+DWORD RunProgram(std::wstring commandLine) {
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION started = {};
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
+                        nullptr, &startup, &started)) {
+        ADD_FAILURE() << "the program does not start, error " << GetLastError();
+        return MAXDWORD;
+    }
+    const KernelHandle thread(started.hThread);
+    const KernelHandle process(started.hProcess);
+    DWORD code = MAXDWORD;
+    EXPECT_EQ(WaitForSingleObject(process.get(), 60000), DWORD{WAIT_OBJECT_0}) << "the program does not end";
+    GetExitCodeProcess(process.get(), &code);
+    return code;
+}
+
 void PackageTest::TearDown() {
     RemoveEverything();
 }

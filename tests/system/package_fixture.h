@@ -33,6 +33,9 @@ class OpenedNode {
     bool found_ = false;
 };
 
+// Runs the command line without a window and returns its exit code.
+DWORD RunProgram(std::wstring commandLine);
+
 using CoinstallerFunction = DWORD CALLBACK(DI_FUNCTION, HDEVINFO, SP_DEVINFO_DATA*,
                                            COINSTALLER_CONTEXT_DATA*);
 

@@ -127,5 +127,5 @@ start_session() {
     if [ -n "${TAVIX_SESSION_TRACE:-}" ]; then export WINEDEBUG=$TAVIX_SESSION_TRACE; fi
     # The server must not hold our lock or our output.
     "$wineserver" -p {session_lock}>&- >>"$session_dir/session.log" 2>&1
-    quiet_wine cmd /c exit
+    quiet_wine cmd /c exit || die "the Wine session did not start; see $session_dir/session.log"
 }

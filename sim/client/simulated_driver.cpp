@@ -358,6 +358,13 @@ DWORD SimulatedDriver::ClearRequests() {
     return Send(kSimClearRequests, nullptr, 0);
 }
 
+std::vector<std::wstring_view> RequestNames() {
+    std::vector<std::wstring_view> names;
+    for (const NamedCode& row : kRequestNames)
+        names.push_back(row.name);
+    return names;
+}
+
 std::wstring_view RequestName(uint32_t code) {
     for (const NamedCode& row : kRequestNames)
         if (row.code == code) return row.name;

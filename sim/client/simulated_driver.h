@@ -132,6 +132,8 @@ class SimulatedDriver {
     FileHandle device_;
 };
 
+// The names of all requests, in the order of their codes.
+std::vector<std::wstring_view> RequestNames();
 // "GetVcomCfg" for a control code; empty for one that the table does not have.
 std::wstring_view RequestName(uint32_t code);
 // The control code of a name, with or without "IOCTL_TAVIX_", without regard to case; 0 when there is none.

@@ -12,6 +12,7 @@
 struct Session {
     SimulatedDriver driver;
     DWORD error = ERROR_SUCCESS;
+    bool isDriverMissing = false;
 };
 
 // Runs a command that needs the driver; without one the session gets the error of connecting.
@@ -19,6 +20,7 @@ using DriverCommand = std::function<DWORD(SimulatedDriver& driver)>;
 inline void OnDriver(CLI::App* command, Session& session, DriverCommand run) {
     command->callback([&session, run = std::move(run)] {
         session.error = session.driver.Connect();
+        session.isDriverMissing = session.error == ERROR_FILE_NOT_FOUND;
         if (session.error == ERROR_SUCCESS) session.error = run(session.driver);
     });
 }

@@ -67,6 +67,7 @@ DWORD SetField(SimulatedDriver& driver, const std::string& device, const std::st
         if (row.isText) return driver.SetText(Wide(device), row.field, Wide(value));
         return driver.SetNumber(Wide(device), row.field, std::strtoull(value.c_str(), nullptr, 0));
     }
+    PrintHint(FieldHelp().c_str());
     return ERROR_INVALID_NAME;
 }
 

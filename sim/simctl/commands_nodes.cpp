@@ -87,6 +87,13 @@ void AddPlug(CLI::App& app, Session& session) {
     command->callback([arguments, &session] { session.error = Plug(*arguments); });
 }
 
+// The build puts simctl.exe into sim/simctl and the package into sim/package/files.
+std::wstring PackageOfThisBuild() {
+    wchar_t path[MAX_PATH];
+    const std::wstring program(path, GetModuleFileNameW(nullptr, path, MAX_PATH));
+    return program.substr(0, program.rfind(L'\\')) + L"\\..\\package\\files";
+}
+
 template <typename Function>
 void AddOnText(CLI::App& app, Session& session, const char* name, const char* description,
                const char* argument, Function run) {
@@ -102,8 +109,10 @@ void AddNodeCommands(CLI::App& app, Session& session) {
     CLI::App* package =
         app.add_subcommand("install-package", "Copy the driver package to where the installer searches");
     auto folder = std::make_shared<std::string>();
-    package->add_option("--from", *folder, "folder of the package, a Windows path")->required();
-    package->callback([folder, &session] { session.error = InstallPackage(Wide(*folder)); });
+    package->add_option("--from", *folder, "folder of the package; default: the one of the same build");
+    package->callback([folder, &session] {
+        session.error = InstallPackage(folder->empty() ? PackageOfThisBuild() : Wide(*folder));
+    });
     app.add_subcommand("install-bus", "Make the bus node without the coinstaller's help")
         ->callback([&session] { session.error = InstallVbus(); });
     AddPlug(app, session);

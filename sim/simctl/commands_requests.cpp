@@ -117,6 +117,13 @@ struct FaultArguments {
     bool isHeld = false;
 };
 
+std::string RequestHelp() {
+    std::string help = "Requests:";
+    for (const std::wstring_view name : RequestNames())
+        help.append("\n  ").append(Narrow(name));
+    return help;
+}
+
 bool ParseHex(const std::string& text, std::vector<uint8_t>& bytes) {
     if (text.size() % 2 != 0 || text.find_first_not_of("0123456789abcdefABCDEF") != text.npos) return false;
     for (size_t i = 0; i < text.size(); i += 2)
@@ -127,7 +134,10 @@ bool ParseHex(const std::string& text, std::vector<uint8_t>& bytes) {
 DWORD AddFault(SimulatedDriver& driver, const FaultArguments& arguments) {
     SimFault_st fault = {};
     fault.code = arguments.request == "any" ? 0 : RequestCode(Wide(arguments.request));
-    if (fault.code == 0 && arguments.request != "any") return ERROR_INVALID_NAME;
+    if (fault.code == 0 && arguments.request != "any") {
+        PrintHint(RequestHelp().c_str());
+        return ERROR_INVALID_NAME;
+    }
     fault.skip = arguments.skip;
     fault.count = arguments.count == "forever"
                       ? kSimForever
@@ -153,11 +163,10 @@ DWORD AddFault(SimulatedDriver& driver, const FaultArguments& arguments) {
 
 void AddFail(CLI::App& app, Session& session) {
     CLI::App* command = app.add_subcommand("fail", "Declare what the next requests of a kind meet");
-    command->footer(
-        "Some statuses: 0xC0000022 access denied, 0xC000020C not connected,\n"
-        "0xC0000010 invalid function, 0xC000009A no resources");
+    command->footer(std::string("Some statuses: 0xC0000022 access denied, 0xC000020C not connected,\n") +
+                    "0xC0000010 invalid function, 0xC000009A no resources\n\n" + RequestHelp());
     auto arguments = std::make_shared<FaultArguments>();
-    command->add_option("REQUEST", arguments->request, "as in \"GetUsbdInfo\", or \"any\"")->required();
+    command->add_option("REQUEST", arguments->request, "one of the names below, or \"any\"")->required();
     command->add_option("--status", arguments->status, "fail with an NTSTATUS");
     command->add_option("--reply-bytes", arguments->replyBytes, "claim so many bytes of reply");
     command->add_option("--reply", arguments->reply, "answer with these bytes, hexadecimal");

@@ -35,3 +35,7 @@ void PrintError(DWORD error) {
                                         error, 0, text, 300, nullptr);
     fprintf(stderr, "simctl: error %lu: %s\n", error, Narrow(std::wstring_view(text, length)).c_str());
 }
+
+void PrintHint(const char* text) {
+    fprintf(stderr, "simctl: %s\n", text);
+}

@@ -13,4 +13,6 @@ std::wstring Wide(std::string_view text);
 [[gnu::format(gnu_printf, 1, 2)]] void Print(const char* format, ...);
 
 // Names what failed with its Windows error, on standard error.
+// One more line behind the error, for what a person can do about it.
+void PrintHint(const char* text);
 void PrintError(DWORD error);

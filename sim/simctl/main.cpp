@@ -15,18 +15,25 @@ constexpr char kDescription[] =
     "(VID_1234&PID_5678\\SN01); where an ID is asked for, the whole instance ID is\n"
     "meant (USB\\VID_1234&PID_5678\\SN01). \"simctl COMMAND --help\" shows the options.\n"
     "\n"
+    "The driver lives as long as the session. \"scripts/run --shell\" opens a shell in\n"
+    "one; there \"simctl\" below stands for \"wine64 build/release/sim/simctl/simctl.exe\"\n"
+    "and \"viewer\" for \"wine64 build/release/sim/viewer/device_viewer.exe\".\n"
+    "\n"
     "Three devices, one of which goes offline in the middle of a request:\n"
-    "  simctl install-package --from DIR\n"
+    "  simctl install-package\n"
     "  simctl plug --serial A\n"
-    "  simctl plug --serial B\n"
+    "  simctl plug --serial B --huid MY_B\n"
     "  simctl plug --serial C\n"
     "  simctl list\n"
-    "  simctl fail GetUsbdInfo --hold\n"
-    "  simctl requests --follow            (in a second window)\n"
-    "  ... let the product ask for the information of a device: it waits ...\n"
-    "  simctl offline \"VID_1234&PID_5678\\B\"\n"
-    "  simctl release\n"
-    "  simctl reset";
+    "  simctl requests --follow &          shows what the product sends\n"
+    "  simctl fail GetVcomCfg --hold       the next such request waits\n"
+    "  viewer --device 'QRV_VBUS\\Qrv_vcom\\MY_B' --screenshot 'Z:\\tmp\\b.png' &\n"
+    "                                      the product's page asks, and waits\n"
+    "  simctl status                       \"1 requests waiting\"\n"
+    "  simctl offline MY_B\n"
+    "  simctl release                      the page gets its answer and is drawn\n"
+    "  simctl requests --hex               once more, with the bytes\n"
+    "  simctl reset                        no devices, no faults";
 
 std::vector<std::string> NarrowArguments(int count, wchar_t** arguments) {
     std::vector<std::string> narrow;
@@ -53,5 +60,7 @@ int wmain(int count, wchar_t** arguments) {
     }
     if (session.error == ERROR_SUCCESS) return 0;
     PrintError(session.error);
+    if (session.isDriverMissing)
+        PrintHint("no driver is loaded in this session: \"install-package\" and \"plug\" load it");
     return 1;
 }

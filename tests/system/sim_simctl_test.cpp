@@ -63,9 +63,23 @@ using Simctl = SimulatedBusTest;
 TEST_F(Simctl, HelpNamesTheCommandsAndAnExample) {
     const RunResult result = RunSimctl(L"--help");
     EXPECT_EQ(result.exitCode, 0u);
-    for (const char* text :
-         {"plug", "offline", "fail GetUsbdInfo --hold", "requests --follow", "release", "reset"})
+    for (const char* text : {"install-package", "plug", "offline", "fail GetVcomCfg --hold",
+                             "requests --follow", "release", "reset"})
         EXPECT_TRUE(Contains(result, text)) << text;
+}
+
+TEST_F(Simctl, HelpOfAFaultNamesEveryRequest) {
+    const RunResult result = RunSimctl(L"fail --help");
+    EXPECT_EQ(result.exitCode, 0u);
+    for (const std::wstring_view name : RequestNames())
+        EXPECT_TRUE(Contains(result, "\n  " + std::string(name.begin(), name.end())));
+}
+
+TEST_F(Simctl, ThePackageOfItsOwnBuildIsTheDefault) {
+    Plug();
+    EXPECT_EQ(RunSimctl(L"install-package").exitCode, 0u);
+    EXPECT_TRUE(Contains(RunSimctl(L"list"), "1&2")) << "an unchanged driver stays loaded";
+    EXPECT_EQ(RunSimctl(L"install-package --from Z:\\nowhere").exitCode, 1u);
 }
 
 TEST_F(Simctl, PluggedDeviceIsListed) {
@@ -127,10 +141,14 @@ TEST_F(Simctl, RequestsFailAsDeclared) {
 }
 
 TEST_F(Simctl, BadWordsEndWithAnError) {
-    EXPECT_EQ(RunSimctl(L"fail Nonsense --hold").exitCode, 1u);
+    const RunResult badRequest = RunSimctl(L"fail Nonsense --hold");
+    EXPECT_EQ(badRequest.exitCode, 1u);
+    EXPECT_TRUE(Contains(badRequest, "\n  GetUsbdInfo")) << "the right names are shown";
     EXPECT_EQ(RunSimctl(L"set nobody speed 1").exitCode, 1u);
     Plug();
-    EXPECT_EQ(RunSimctl(L"set 1&2 nonsense 1").exitCode, 1u);
+    const RunResult badField = RunSimctl(L"set 1&2 nonsense 1");
+    EXPECT_EQ(badField.exitCode, 1u);
+    EXPECT_TRUE(Contains(badField, "\n  speed: ")) << "the right names are shown";
     EXPECT_EQ(RunSimctl(L"counters 1&2 nonsense=1").exitCode, 1u);
     EXPECT_EQ(RunSimctl(L"errors 1&2 21=1").exitCode, 1u);
     EXPECT_NE(RunSimctl(L"nonsense").exitCode, 0u);

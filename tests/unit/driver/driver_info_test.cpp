@@ -189,6 +189,7 @@ TEST_F(FileLogging, TellsThatTheVbusIsNotReady) {
     EXPECT_EQ(GetLastError(), DWORD{ERROR_NOT_READY});
     ASSERT_EQ(boxes.boxes().size(), 1u);
     EXPECT_EQ(boxes.boxes()[0].text, L"TAVIX Vbus is not ready yet.");
+    EXPECT_EQ(boxes.boxes()[0].icon, UINT{MB_ICONERROR});
 }
 
 TEST_F(FileLogging, TellsThatOnlyAnAdministratorMayChangeIt) {
@@ -200,6 +201,7 @@ TEST_F(FileLogging, TellsThatOnlyAnAdministratorMayChangeIt) {
     ASSERT_EQ(boxes.boxes().size(), 1u);
     EXPECT_EQ(boxes.boxes()[0].text,
               L"Cannot make the change, probably because you are not the Administrator.");
+    EXPECT_EQ(boxes.boxes()[0].icon, UINT{MB_ICONERROR});
 }
 
 TEST_F(FileLogging, ShowsTheStatisticsBeforeItChangesAnything) {

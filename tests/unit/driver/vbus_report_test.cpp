@@ -55,6 +55,21 @@ TEST_F(IoctlReport, CallsALostDriverALostFlowpath) {
     ExpectBox(ERROR_DEVICE_NOT_CONNECTED, text);
 }
 
+TEST_F(IoctlReport, ShowsItsBoxOnTheOwner) {
+    const HWND owner = reinterpret_cast<HWND>(size_t{0x123});
+    REPLACE_CALL(box, MessageBoxW, [&](HWND window, LPCWSTR text, LPCWSTR, UINT style) {
+        EXPECT_EQ(window, owner);
+        EXPECT_STREQ(text, L"Port 7 fails: now.\n\nWinErr=5(ERROR_ACCESS_DENIED)");
+        EXPECT_EQ(style, UINT{MB_ICONERROR});
+        return IDOK;
+    });
+    fake_.replies[IOCTL_TAVIX_UsbTweak0] = FakeReply::Failure(ERROR_ACCESS_DENIED);
+    EXPECT_EQ(DoDeviceIoctlReport(fake_.deviceSet(), fake_.device(), IOCTL_TAVIX_UsbTweak0, nullptr, 0,
+                                  nullptr, owner, L"Port %d fails: %s.", 7, L"now"),
+              DWORD{ERROR_ACCESS_DENIED});
+    EXPECT_EQ(box.calls(), 1);
+}
+
 TEST_F(IoctlReport, PassesTheReplyOn) {
     fake_.replies[IOCTL_TAVIX_GetVcomOpenerPid] = FakeReply::Of(uint32_t{7});
     uint32_t pid = 0;

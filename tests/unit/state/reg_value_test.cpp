@@ -170,6 +170,8 @@ TEST(RegValueEncode, StoresAListWithOneTerminatorMore) {
     EXPECT_EQ(Encoded(value, REG_MULTI_SZ), "\0\0"sv);
     value.list = {L"a", L"bc"};
     EXPECT_EQ(Encoded(value, REG_MULTI_SZ), "a\0\0\0b\0c\0\0\0\0\0"sv);
+    value.list = {L"a", L"", L"b"};
+    EXPECT_EQ(Encoded(value, REG_MULTI_SZ), "a\0\0\0\0\0b\0\0\0\0\0"sv);
 }
 
 TEST(RegValueEncode, RefusesEveryOtherType) {

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "base/win32_handle.h"
 
+#include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
 #include "tests/support/wait_until.h"
 
@@ -158,6 +161,34 @@ TEST_F(AnchorLayoutTest, PlacesThatControlsHaveLeftGetTheDialogColour) {
     layout_.Reflow(300, 100);
     EXPECT_EQ(GetPixel(dc, 25, 15), GetSysColor(COLOR_BTNFACE));
     ReleaseDC(dialog_.get(), dc);
+}
+
+TEST_F(AnchorLayoutTest, OnlyAControlThatMayBeErasedIsRepaintedAtOnceWithItsFrame) {
+    for (const bool noErase : {false, true}) {
+        const int id = noErase ? 11 : 10;
+        const HWND control = AddControl(id);
+        layout_.Init(dialog_.get());
+        layout_.Add(100, 0, 100, 0, id, noErase);
+        int frames = 0;
+        int updates = 0;
+        std::vector<BOOL> erased;
+        REPLACE_CALL(send, SendMessageW, [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+            if (window == control && message == WM_NCPAINT) ++frames;
+            return SendMessageW(window, message, wParam, lParam);
+        });
+        REPLACE_CALL(update, UpdateWindow, [&](HWND window) {
+            if (window == control) ++updates;
+            return UpdateWindow(window);
+        });
+        REPLACE_CALL(invalidate, InvalidateRect, [&](HWND window, const RECT* area, BOOL erase) {
+            if (window == control) erased.push_back(erase);
+            return InvalidateRect(window, area, erase);
+        });
+        layout_.Reflow(300, 100);
+        EXPECT_EQ(frames, noErase ? 0 : 1);
+        EXPECT_EQ(updates, noErase ? 0 : 1);
+        EXPECT_EQ(erased, std::vector<BOOL>{noErase ? FALSE : TRUE});
+    }
 }
 
 TEST_F(AnchorLayoutTest, ReflowLeavesNothingBehind) {

@@ -1,4 +1,5 @@
-// Pictures of each kind of info box, for people to look at.
+// Pictures of each kind of info box, for people to look at. Built twice: ui_host_tests is a program with
+// version 6 of the common controls, as Device Manager is.
 #include <array>
 
 #include "ui/info_message.h"
@@ -13,6 +14,11 @@ constexpr const wchar_t* kStatistics =
     L"  [U1] USB received : 1,234,567  (+512) 12 KB/s\n  [U2] Vcom read    : 1,234,000 \n"
     L"  [U3] Discarded    : 0 \n  Rbuf peak/limit   : 4096 / 65536 (6%) \n\nUSB activity: [IN][OUT]\n";
 
+std::wstring PictureName(const std::wstring& name) {
+    const HRSRC hostManifest = FindResourceW(nullptr, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(24));
+    return (hostManifest != nullptr ? L"host_" : L"") + name;
+}
+
 class InfoBoxPicture : public InfoBoxTest {
   protected:
     // The whole box must lie on the work area, whatever it shows.
@@ -23,8 +29,9 @@ class InfoBoxPicture : public InfoBoxTest {
             const RECT work = WorkArea();
             IntersectRect(&common, &area, &work);
             EXPECT_TRUE(EqualRect(&common, &area));
-            EXPECT_FALSE(SaveScreenshot(box.hwnd(), L"info_box_" + name).empty());
-            if (params.menuItemCount > 0) SaveScreenshot(nullptr, L"info_box_" + name + L"_screen");
+            EXPECT_FALSE(SaveScreenshot(box.hwnd(), PictureName(L"info_box_" + name)).empty());
+            if (params.menuItemCount > 0)
+                SaveScreenshot(nullptr, PictureName(L"info_box_" + name + L"_screen"));
             PostMessageW(box.hwnd(), WM_CLOSE, 0, 0);
         });
     }
@@ -122,14 +129,14 @@ TEST_F(InfoBoxPicture, LargeFont) {
 TEST_F(InfoBoxPicture, Messages) {
     for (const int32_t kind : {1, 2, 3}) {
         driver_.ExpectBox(L"TAVIX").Do([&](BoxView& box) {
-            SaveScreenshot(box.window(), L"info_message_" + std::to_wstring(kind));
+            SaveScreenshot(box.window(), PictureName(L"info_message_" + std::to_wstring(kind)));
             box.Press(kInfoBoxOkId);
         });
         InfoBoxKind(kind, parent(), L"Error in %s(). UfAppErr=%d(%s).", L"tavo_GetVcomCfg", 7,
                     L"VbusNotReady");
     }
     driver_.ExpectBox(L"TAVIX").Do([&](BoxView& box) {
-        SaveScreenshot(box.window(), L"info_message_question");
+        SaveScreenshot(box.window(), PictureName(L"info_message_question"));
         box.Press(kInfoBoxCancelId);
     });
     EXPECT_EQ(InfoBoxAskYes(parent(), true, L"Clear the error log of %s?", L"COM7"), 2u);

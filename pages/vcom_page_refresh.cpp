@@ -8,6 +8,7 @@
 #include "driver/error_names.h"
 #include "driver/vbus.h"
 #include "driver/vcom_config.h"
+#include "pages/control_focus.h"
 #include "pages/control_text.h"
 #include "pages/port_names.h"
 #include "pages/vcom_page_parts.h"
@@ -35,13 +36,19 @@ constexpr int kConfigControls[] = {
     IDC_VCOM_MORE_GLOBALS,
 };
 
-void EnableConfigControls(HWND page, bool enable) {
-    for (const int id : kConfigControls)
-        EnableWindow(GetDlgItem(page, id), enable);
+void Disable(HWND page, int controlId) {
+    LeaveControl(page, controlId, IDC_VCOM_REFRESH);
+    EnableWindow(GetDlgItem(page, controlId), FALSE);
 }
 
-void Disable(HWND page, int controlId) {
-    EnableWindow(GetDlgItem(page, controlId), FALSE);
+void DisableConfigControls(HWND page) {
+    for (const int id : kConfigControls)
+        Disable(page, id);
+}
+
+void EnableConfigControls(HWND page) {
+    for (const int id : kConfigControls)
+        EnableWindow(GetDlgItem(page, id), TRUE);
 }
 
 void SetNotPlugged(HWND page, uint8_t reason, bool notPlugged) {
@@ -53,7 +60,7 @@ void SetNotPlugged(HWND page, uint8_t reason, bool notPlugged) {
 }
 
 void ShowUnusable(HWND page) {
-    EnableConfigControls(page, false);
+    DisableConfigControls(page);
     SetNotPlugged(page, kNotPluggedNoDriver, true);
 }
 
@@ -120,15 +127,15 @@ void RefreshConfig(HWND page) {
     VcomCfgReply_st config = {};
     GlobalCfg_st global = {};
     const uint32_t error = tavo_GetVcomCfg(state.deviceInfoSet, state.deviceInfoData, config, global);
+    ShowFileLoggingState(page, IDC_FILE_LOGGING);
     if (error != UfAppErr_Success) {
         ShowUnusable(page);
         MsgBoxKind(nullptr, kMessageError, page, L"Error in tavo_GetVcomCfg(). UfAppErr=%d(%s).", error,
                    UfAppErrName(error));
         return;
     }
-    EnableConfigControls(page, true);
+    EnableConfigControls(page);
     if (IsVbusReadOnly()) Disable(page, IDC_VCOM_SAVE);
-    ShowFileLoggingState(page, IDC_FILE_LOGGING);
     ShowConfig(page, config, global);
 }
 
@@ -142,7 +149,7 @@ bool ShowVcomFriendlyName(HWND page) {
 
     wchar_t name[kFriendlyNameChars];
     if (!GetDeviceFriendlyName(state->deviceInfoSet, state->deviceInfoData, name)) {
-        EnableConfigControls(page, false);
+        DisableConfigControls(page);
         StopVcomTimer(page);
         MsgBoxKind(nullptr, kMessageError, page, L"Error fetching device friendly name!");
         return false;

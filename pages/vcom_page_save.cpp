@@ -41,14 +41,20 @@ std::optional<int32_t> PortNumberOfField(const wchar_t (&field)[kPortNameChars])
     return ParsePortNumber(name);
 }
 
-// A configuration that cannot be read counts as different.
-bool DiffersFromDriver(const VcomProspageParams_st& state, const VcomCfg& choices) {
+bool HasSelectedPort(HWND page) {
+    return SendDlgItemMessageW(page, IDC_VCOM_PORT_NAME, CB_GETCURSEL, 0, 0) != CB_ERR;
+}
+
+// A configuration that cannot be read counts as different. Where the list does not have the port in use and
+// the user chose none, the port is not a difference.
+bool DiffersFromDriver(HWND page, const VcomProspageParams_st& state, const VcomCfg& choices) {
     VcomCfgReply_st config = {};
     GlobalCfg_st global = {};
     if (tavo_GetVcomCfg(state.deviceInfoSet, state.deviceInfoData, config, global) != UfAppErr_Success)
         return true;
-    return PortNumberOfField(config.portName) != PortNumberOfField(choices.portName) ||
-           config.lifemode != choices.lifemode || global.bindMode != choices.bindMode ||
+    const bool otherPort =
+        HasSelectedPort(page) && PortNumberOfField(config.portName) != PortNumberOfField(choices.portName);
+    return otherPort || config.lifemode != choices.lifemode || global.bindMode != choices.bindMode ||
            (global.serialNumberOnNames != 0) != choices.serialNumberOnNames;
 }
 
@@ -65,7 +71,7 @@ bool SaveIfChanged(HWND page) {
     const VcomProspageParams_st* const state = VcomState(page);
     if (state == nullptr) return false;
     const VcomCfg choices = ReadChoices(page);
-    if (!DiffersFromDriver(*state, choices)) return false;
+    if (!DiffersFromDriver(page, *state, choices)) return false;
 
     const uint32_t error = tavo_SetVcomCfg(state->deviceInfoSet, state->deviceInfoData, choices);
     if (error != UfAppErr_Success) {
@@ -80,8 +86,9 @@ bool SaveIfChanged(HWND page) {
 void OfferToCloseWhenUnplugged(HWND page) {
     const VcomProspageParams_st* const state = VcomState(page);
     if (state == nullptr || GetDevNodeStatus(*state->deviceInfoData)) return;
+    const HWND sheet = GetParent(page);
     if (AskYesNo(page, L"This VCOM has been unplugged. Close its device property dialog now?") == IDYES)
-        PostMessageW(GetParent(page), WM_CLOSE, 0, 0);
+        PostMessageW(sheet, WM_CLOSE, 0, 0);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "driver/error_names.h"
 #include "driver/messages.h"
 #include "driver/usb_err_stat.h"
+#include "pages/control_focus.h"
 #include "pages/control_text.h"
 #include "pages/vcom_page_parts.h"
 #include "resources/resource_ids.h"
@@ -117,6 +118,7 @@ void ShowUsbErrorDetailsButton(HWND page, bool visible) {
     VcomProspageParams_st* const state = VcomState(page);
     if (state == nullptr || state->detailsVisible == visible) return;
     state->detailsVisible = visible;
+    if (!visible) LeaveControl(page, IDC_VCOM_USB_ERROR_DETAILS, IDC_VCOM_REFRESH);
     ShowWindow(GetDlgItem(page, IDC_VCOM_USB_ERROR_DETAILS), visible ? SW_SHOWNA : SW_HIDE);
 }
 

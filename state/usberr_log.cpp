@@ -43,16 +43,6 @@ void JoinPath(wchar_t* path, const wchar_t* folder, const wchar_t* nameFormat, .
     va_end(args);
 }
 
-// One byte never becomes more than one UTF-16 unit, so the text has room for all of them.
-void DecodeUtf8(const std::string& bytes, std::wstring* text) {
-    text->resize(bytes.size() + 1);
-    const int withNul =
-        MultiByteToWideChar(CP_UTF8, 0, bytes.c_str(), -1, text->data(), static_cast<int>(text->size()));
-    const int units = withNul - 1;
-    text->resize(static_cast<size_t>(std::clamp(units, 0, kUsberrTailMaxChars)));
-    if (units > kUsberrTailMaxChars && IsHighSurrogate(text->back())) text->pop_back();
-}
-
 }  // namespace
 
 int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path) {
@@ -87,6 +77,16 @@ UsberrTimes ReadUsberrTimes(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoD
                 ReadDevQword(deviceInfoSet, deviceInfoData, DIREG_DEV, kDevLastStartupSuccess, 0))};
 }
 
+// One byte never becomes more than one UTF-16 unit, so the text has room for all of them.
+void DecodeUsberrTail(const std::string& bytes, std::wstring* text) {
+    text->resize(bytes.size() + 1);
+    const int withNul =
+        MultiByteToWideChar(CP_UTF8, 0, bytes.c_str(), -1, text->data(), static_cast<int>(text->size()));
+    const int units = withNul - 1;
+    text->resize(static_cast<size_t>(std::clamp(units, 0, kUsberrTailMaxChars)));
+    if (units > kUsberrTailMaxChars && IsHighSurrogate(text->back())) text->pop_back();
+}
+
 bool ReadUsberrTail(const wchar_t* path, std::wstring* text) noexcept {
     text->clear();
     if (!CanThrow()) return false;
@@ -96,7 +96,7 @@ bool ReadUsberrTail(const wchar_t* path, std::wstring* text) noexcept {
         if (byteCount < 0) return false;
         // The file may have shrunk since its size was asked for.
         bytes.resize(static_cast<size_t>(byteCount));
-        DecodeUtf8(bytes, text);
+        DecodeUsberrTail(bytes, text);
         return true;
     } catch (const std::bad_alloc&) {
         text->clear();

@@ -41,6 +41,9 @@ UsberrTimes ReadUsberrTimes(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoD
 // be read or memory runs out; the text is then empty.
 bool ReadUsberrTail(const wchar_t* path, std::wstring* text) noexcept;
 
+// What ReadUsberrTail makes of at most kUsberrTailBytes bytes. Throws std::bad_alloc.
+void DecodeUsberrTail(const std::string& bytes, std::wstring* text);
+
 // The part of a tail behind its last separator line, or the whole tail when it has none. Points into `tail`.
 const wchar_t* UsberrRecentText(const std::wstring& tail);
 

@@ -41,9 +41,7 @@ void VcomPageTest::SetUp() {
     ASSERT_TRUE(SetupDiSetDeviceRegistryPropertyW(list_.get(), &element_, SPDRP_FRIENDLYNAME,
                                                   reinterpret_cast<const BYTE*>(kFriendlyName),
                                                   sizeof(kFriendlyName)));
-    params_ = std::make_unique<VcomProspageParams_st>();
-    params_->deviceInfoSet = list_.get();
-    params_->deviceInfoData = &element_;
+    MakeParams();
     ASSERT_EQ(driver_.ClearRequests(), ERROR_SUCCESS);
 }
 
@@ -70,6 +68,12 @@ void VcomPageTest::ClosePage() {
     if (page_ != nullptr) DestroyWindow(page_);
     page_ = nullptr;
     frame_.reset();
+}
+
+void VcomPageTest::MakeParams() {
+    params_ = std::make_unique<VcomProspageParams_st>();
+    params_->deviceInfoSet = list_.get();
+    params_->deviceInfoData = &element_;
 }
 
 void VcomPageTest::Click(int controlId) {
@@ -110,12 +114,12 @@ void VcomPageTest::Check(int firstId, int lastId, int checkedId) {
     CheckRadioButton(page_, firstId, lastId, checkedId);
 }
 
-VcomPageTest::Look VcomPageTest::LookOf(int controlId) const {
+VcomPageTest::Look VcomPageTest::LookOf(int controlId, UINT message) const {
     const HWND control = GetDlgItem(page_, controlId);
     const HDC dc = GetDC(control);
     Look look = {};
     look.brush = reinterpret_cast<HBRUSH>(
-        Answer(WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(control)));
+        Answer(message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(control)));
     look.text = GetTextColor(dc);
     look.background = GetBkColor(dc);
     look.mode = GetBkMode(dc);

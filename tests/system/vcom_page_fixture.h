@@ -30,6 +30,8 @@ class VcomPageTest : public SimulatedBusTest {
     // Creates the page's dialog. Boxes that it shows on opening have to be expected before.
     void OpenPage();
     void ClosePage();
+    // A fresh object for the next page; the one before is gone.
+    void MakeParams();
 
     void Click(int controlId);
     void Tick();
@@ -50,7 +52,7 @@ class VcomPageTest : public SimulatedBusTest {
         COLORREF background;
         int mode;
     };
-    Look LookOf(int controlId) const;
+    Look LookOf(int controlId, UINT message = WM_CTLCOLORSTATIC) const;
 
     // Names of the requests since the last call, oldest first, and the requests themselves.
     std::vector<std::wstring> TakeRequests();

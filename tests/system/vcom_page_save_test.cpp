@@ -109,6 +109,20 @@ TEST_F(VcomPageSaveTest, TheGlobalRecordKeepsWhatThePageDoesNotShow) {
     EXPECT_EQ(memcmp(taken()[5].input.data(), &expected, sizeof(expected)), 0);
 }
 
+// The list has no entry for the port in use, so nothing is selected and nothing was changed.
+TEST_F(VcomPageSaveTest, APortBehindTheListIsNotAChange) {
+    VcomCfgReply_st reply = {};
+    wcscpy(reply.portName, L"COM200");
+    reply.lifemode = kLifemodeFriendly;
+    const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(&reply), sizeof(reply));
+    ASSERT_EQ(driver_.AnswerNext(RequestCode(L"GetVcomCfg"), bytes, 2), ERROR_SUCCESS);
+    OpenIdlePage();
+    ASSERT_EQ(Selection(), -1);
+    Click(IDC_VCOM_SAVE);
+    EXPECT_EQ(TakeRequests(), kReadRequests);
+    EXPECT_TRUE(modal_.boxes().empty());
+}
+
 struct ChangeRow {
     const char* name;
     void (*change)(HWND page);

@@ -68,6 +68,7 @@ TEST_F(VcomPageUsbErrorTest, RecoveredErrorsAreYellow) {
     EXPECT_EQ(BrushColor(look.brush), kLightYellow);
     EXPECT_EQ(look.mode, TRANSPARENT);
     EXPECT_EQ(look.text, RGB(0, 0, 0));
+    EXPECT_EQ(LookOf(IDC_VCOM_USB_ERROR_LINE, WM_CTLCOLOREDIT).brush, look.brush);
     SaveScreenshot(page_, L"vcom_page_usb_error_recovered");
 }
 
@@ -105,6 +106,14 @@ TEST_F(VcomPageUsbErrorTest, AFailedRequestIsNamedAndHidesTheButton) {
     EXPECT_EQ(Text(IDC_VCOM_USB_ERROR_LINE), L"ERROR_DEVICE_NOT_CONNECTED(1167)");
     EXPECT_FALSE(IsShown(IDC_VCOM_USB_ERROR_DETAILS));
     EXPECT_EQ(LookOf(IDC_VCOM_USB_ERROR_LINE).brush, nullptr);
+}
+
+TEST_F(VcomPageUsbErrorTest, AHiddenButtonPassesTheFocusOn) {
+    Show(Stat(3, 9, 0));
+    EnableWindow(page_, TRUE);
+    SetFocus(GetDlgItem(page_, IDC_VCOM_USB_ERROR_DETAILS));
+    Show(Stat(0, 0, 0));
+    EXPECT_EQ(GetFocus(), GetDlgItem(page_, IDC_VCOM_REFRESH));
 }
 
 TEST_F(VcomPageUsbErrorTest, DetailsWithAltAreAPlainMessageBox) {

@@ -1,0 +1,237 @@
+// What the VCOM page costs: its requests, its opening, its tick, and the decoding of a USB error log.
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/windows_api.h"
+
+#include <commctrl.h>
+#include <prsht.h>
+#include <setupapi.h>
+
+#include "base/module.h"
+#include "base/win32_handle.h"
+#include "bench/harness.h"
+#include "pages/prospage_params.h"
+#include "pages/vcom_page.h"
+#include "resources/resource_ids.h"
+#include "sim/client/device_nodes.h"
+#include "sim/shim/platform_shim.h"
+#include "state/usberr_log.h"
+
+namespace {
+
+constexpr double kOpeningAddsAtMost = 0.050;  // seconds
+constexpr BenchAim kTickAim = {1 / 1.5};
+constexpr BenchAim kDecodeAim = {1 / 1.2};
+constexpr BenchEffort kWindows = {.turns = 15, .turnSeconds = 0.02};
+// Each call goes through the platform's server process, whose waking-up varies: long turns.
+constexpr BenchEffort kServerCalls = {.turns = 51, .turnSeconds = 0.02};
+constexpr wchar_t kBusNode[] = L"ROOT\\QRV_VBUS\\0000";
+constexpr wchar_t kFriendlyName[] = L"TAVIX Scanner (COM5)";
+constexpr GUID kVbusGuid = {0x20161207, 0x6A0C, 0x11D2, {0xB8, 0x41, 0x00, 0xC0, 0x4F, 0xAD, 0x51, 0x71}};
+
+// A page of the same size without controls.
+struct EmptyTemplate {
+    DLGTEMPLATE head = {DS_CONTROL | WS_CHILD | WS_CAPTION, 0, 0, 0, 0, 257, 215};
+    WORD menuClassTitle[3] = {0, 0, 0};
+};
+
+INT_PTR CALLBACK EmptyPageProc(HWND, UINT message, WPARAM, LPARAM) {
+    return message == WM_INITDIALOG;
+}
+
+HWND OpenSheetWith(const PROPSHEETPAGEW& page) {
+    PROPSHEETHEADERW header = {};
+    header.dwSize = sizeof(header);
+    header.dwFlags = PSH_MODELESS | PSH_PROPSHEETPAGE | PSH_NOAPPLYNOW;
+    header.pszCaption = L"Bench";
+    header.nPages = 1;
+    header.ppsp = &page;
+    return reinterpret_cast<HWND>(PropertySheetW(&header));
+}
+
+PROPSHEETPAGEW PageOf(DLGPROC procedure) {
+    PROPSHEETPAGEW page = {};
+    page.dwSize = sizeof(page);
+    page.hInstance = GetModuleHandleW(nullptr);
+    page.pfnDlgProc = procedure;
+    return page;
+}
+
+class VcomPageBench {
+  public:
+    bool Prepare() {
+        if (driver_.Connect(5000) != ERROR_SUCCESS || driver_.Reset() != ERROR_SUCCESS) return false;
+        const UsbIdentity identity;
+        if (driver_.Plug(identity) != ERROR_SUCCESS ||
+            driver_.WaitForVcom(identity.InstanceId()) != ERROR_SUCCESS)
+            return false;
+        const std::wstring vcom = driver_.FindDevice(identity.InstanceId())->vcomInstanceId;
+        list_.reset(SetupDiCreateDeviceInfoList(nullptr, nullptr));
+        element_.cbSize = sizeof(element_);
+        return SetupDiOpenDeviceInfoW(list_.get(), vcom.c_str(), nullptr, 0, &element_) &&
+               SetupDiSetDeviceRegistryPropertyW(list_.get(), &element_, SPDRP_FRIENDLYNAME,
+                                                 reinterpret_cast<const BYTE*>(kFriendlyName),
+                                                 sizeof(kFriendlyName));
+    }
+    ~VcomPageBench() { driver_.Reset(); }
+
+    void CountRequests() {
+        std::printf("\nrequests to the driver\n");
+        driver_.ClearRequests();
+        const OwnedWindow sheet(OpenVcomSheet());
+        const HWND page = PropSheet_GetCurrentPageHwnd(sheet.get());
+        KillTimer(page, 51);
+        PrintRequests("page opening");
+        SendMessageW(page, WM_TIMER, 51, 0);
+        PrintRequests("idle tick");
+        SendDlgItemMessageW(page, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
+        PrintRequests("save without a change");
+        SendDlgItemMessageW(page, IDC_VCOM_PORT_NAME, CB_SETCURSEL, 41, 0);
+        PressTheNextBox();
+        SendDlgItemMessageW(page, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
+        PrintRequests("save and the refresh behind it");
+    }
+
+    void CompareOpening() {
+        PrintBenchHeader("a property sheet, opened and closed", "VCOM page", "empty page");
+        const BenchPair pair = MeasurePair([this] { OwnedWindow sheet(OpenVcomSheet()); },
+                                           [this] { OwnedWindow sheet(OpenEmptySheet()); }, kWindows);
+        PrintBenchRow("open and close", pair);
+        PrintBenchTime("added by the page", pair.ours - pair.peer, kOpeningAddsAtMost);
+    }
+
+    void CompareTick() {
+        const OwnedWindow sheet(OpenVcomSheet());
+        const HWND page = PropSheet_GetCurrentPageHwnd(sheet.get());
+        KillTimer(page, 51);
+        PrintBenchHeader("one tick of the page", "page", "raw request");
+        BenchCompare(
+            "tick", [page] { SendMessageW(page, WM_TIMER, 51, 0); }, [this] { RawRequest(); }, kTickAim,
+            kServerCalls);
+    }
+
+  private:
+    HWND OpenVcomSheet() {
+        params_ = std::make_unique<VcomProspageParams_st>();
+        params_->deviceInfoSet = list_.get();
+        params_->deviceInfoData = &element_;
+        PROPSHEETPAGEW page = PageOf(VcomProspageDlgProc);
+        page.pszTemplate = MAKEINTRESOURCEW(IDD_VCOM_PAGE);
+        page.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(params_.get()));
+        return OpenSheetWith(page);
+    }
+    HWND OpenEmptySheet() {
+        PROPSHEETPAGEW page = PageOf(EmptyPageProc);
+        page.dwFlags = PSP_DLGINDIRECT;
+        page.pResource = &empty_.head;
+        return OpenSheetWith(page);
+    }
+    void PrintRequests(const char* what) {
+        std::vector<LoggedRequest> requests;
+        driver_.ReadRequests(requests);
+        driver_.ClearRequests();
+        std::printf("  %-34s %zu:", what, requests.size());
+        for (const LoggedRequest& request : requests)
+            std::printf(" %ls", std::wstring(RequestName(request.record.code)).c_str());
+        std::printf("\n");
+    }
+    // The save's own message box would wait for a person.
+    static void PressTheNextBox() {
+        SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
+            const HWND box = FindWindowW(L"#32770", L"TAVIX Message");
+            if (box == nullptr) return;
+            KillTimer(nullptr, timer);
+            PostMessageW(box, WM_COMMAND, IDOK, 0);
+        });
+    }
+    // What one request of a tick takes with raw calls: finding the bus, opening, asking, closing.
+    void RawRequest() {
+        const HDEVINFO set =
+            SetupDiGetClassDevsW(&kVbusGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+        SP_DEVICE_INTERFACE_DATA found = {};
+        found.cbSize = sizeof(found);
+        alignas(SP_DEVICE_INTERFACE_DETAIL_DATA_W) BYTE storage[1000];
+        auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(storage);
+        detail->cbSize = sizeof(*detail);
+        SetupDiEnumDeviceInterfaces(set, nullptr, &kVbusGuid, 0, &found);
+        SetupDiGetDeviceInterfaceDetailW(set, &found, detail, sizeof(storage), nullptr, nullptr);
+        SetupDiDestroyDeviceInfoList(set);
+        wchar_t instanceId[1000];
+        SetupDiGetDeviceInstanceIdW(list_.get(), &element_, instanceId, 1000, nullptr);
+        wchar_t name[kDeviceNameChars] = {};
+        lstrcpynW(name, wcschr(instanceId, L'\\') + 1, kDeviceNameChars);
+        UsbErrStat_st record = {};
+        record.headerWord = kUsbErrStatHeaderWord;
+        DWORD bytesReturned = 0;
+        const HANDLE vbus =
+            CreateFileW(detail->DevicePath, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                        nullptr, OPEN_EXISTING, 0, nullptr);
+        DeviceIoControl(vbus, IOCTL_TAVIX_GetUsbErrStat, name, sizeof(name), &record, sizeof(record),
+                        &bytesReturned, nullptr);
+        CloseHandle(vbus);
+        KeepResult(bytesReturned);
+    }
+
+    SimulatedDriver driver_;
+    DeviceInfoList list_;
+    SP_DEVINFO_DATA element_ = {};
+    std::unique_ptr<VcomProspageParams_st> params_;
+    EmptyTemplate empty_;
+};
+
+std::string LogOf(const char* line) {
+    std::string log;
+    while (log.size() < kUsberrTailBytes)
+        log += line;
+    log.resize(kUsberrTailBytes);
+    return log;
+}
+
+void CompareDecoding(const char* name, const std::string& log) {
+    std::wstring text;
+    std::vector<wchar_t> room(log.size() + 1);
+    BenchCompare(
+        name,
+        [&] {
+            DecodeUsberrTail(log, &text);
+            KeepResult(text);
+        },
+        [&] {
+            KeepResult(
+                MultiByteToWideChar(CP_UTF8, 0, log.c_str(), -1, room.data(), static_cast<int>(room.size())));
+            KeepResult(room);
+        },
+        kDecodeAim);
+}
+
+bool BenchPage() {
+    const bool busWasThere = NodeExists(kBusNode);
+    bool done = false;
+    if (InstallPlatformShim() && InstallPackage(TAVIX_PACKAGE_DIR) == ERROR_SUCCESS &&
+        InstallVbus() == ERROR_SUCCESS) {
+        VcomPageBench bench;
+        done = bench.Prepare();
+        if (done) {
+            bench.CountRequests();
+            bench.CompareOpening();
+            bench.CompareTick();
+        }
+    }
+    if (!done) std::printf("the simulated driver cannot be reached\n");
+    if (!busWasThere) RemoveVbus();
+    return done;
+}
+
+}  // namespace
+
+int main() {
+    SetModuleInstance(GetModuleHandleW(nullptr));
+    InitCommonControls();
+    PrintBenchHeader("the last 64,000 bytes of a log", "decoding", "converter");
+    CompareDecoding("ASCII", LogOf("2026-03-16 14:06:40 SET_ADDRESS failed, retry 3\r\n"));
+    CompareDecoding("mixed", LogOf("2026-03-16 Ger\xC3\xA4t \xE2\x82\xAC \xF0\x9F\x94\x8C failed\r\n"));
+    return BenchPage() ? 0 : 1;
+}

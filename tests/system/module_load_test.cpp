@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <vector>
 
 #include "base/product_version.h"
 #include "base/win32_handle.h"
@@ -36,6 +39,26 @@ TEST(ModuleLoad, TheMemoryCounterSeesAnAllocation) {
     void* block = VirtualAlloc(nullptr, 1 << 20, MEM_COMMIT, PAGE_READWRITE);
     EXPECT_EQ(CountPrivateBytes() - before, size_t{1} << 20);
     VirtualFree(block, 0, MEM_RELEASE);
+}
+
+// The heap shows small blocks in groups, but a group holds far fewer than the cycles below would leak, so
+// that one small block per load is seen too.
+TEST(ModuleLoad, TheBlockCounterSeesASmallBlockLeakedInEveryCycle) {
+    void* (*const ways[])(size_t) = {+[](size_t bytes) { return malloc(bytes); },
+                                     +[](size_t bytes) { return HeapAlloc(GetProcessHeap(), 0, bytes); }};
+    void (*const back[])(void*) = {+[](void* block) { free(block); },
+                                   +[](void* block) { HeapFree(GetProcessHeap(), 0, block); }};
+    for (size_t way = 0; way < std::size(ways); ++way) {
+        for (const size_t bytes : {1u, 16u, 72u, 400u, 2000u}) {
+            std::vector<void*> leaked(kCycles);
+            const long before = CountHeapBlocks();
+            for (void*& block : leaked)
+                block = ways[way](bytes);
+            EXPECT_GT(CountHeapBlocks(), before) << bytes << " bytes, way " << way;
+            for (void* block : leaked)
+                back[way](block);
+        }
+    }
 }
 
 TEST(ModuleLoad, UnloadsWithItsLastReference) {

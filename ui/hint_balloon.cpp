@@ -93,8 +93,7 @@ uint32_t HintBalloon::FormatText(const wchar_t* format, va_list args) noexcept {
     va_copy(again, args);
     const int32_t needed = xfmt_v(nullptr, 0, format, args) + 1;
     if (needed > textChars_) {
-        std::unique_ptr<wchar_t[]> larger(new (std::nothrow)
-                                              wchar_t[static_cast<size_t>(std::max(needed, 1))]);
+        HeapArray<wchar_t> larger = AllocateArray<wchar_t>(static_cast<size_t>(std::max(needed, 1)));
         if (!larger) {
             va_end(again);
             return ERROR_NOT_ENOUGH_MEMORY;

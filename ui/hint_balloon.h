@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "base/heap_array.h"
 #include "base/win32_handle.h"
 #include "base/windows_api.h"
 
@@ -12,7 +13,7 @@
 // the result lies inside the client area.
 POINT HintPosition(POINT wanted, SIZE client) noexcept;
 
-class HintBalloon {
+class HintBalloon : public QuietlyAllocated {
   public:
     // Makes a hidden hint for `owner`, as a balloon or as a plain tooltip. Null on failure; *error then tells
     // why (8 when out of memory) and is 0 otherwise. Needs the common controls initialised.
@@ -35,6 +36,6 @@ class HintBalloon {
 
     HWND owner_;
     OwnedWindow window_;  // a tooltip dies with its owner; destroying it again is then refused
-    std::unique_ptr<wchar_t[]> text_;
+    HeapArray<wchar_t> text_;
     int32_t textChars_ = 0;  // capacity, terminator included
 };

@@ -1,8 +1,6 @@
 #include "ui/info_box_menu.h"
 
-#include <memory>
-#include <new>
-
+#include "base/heap_array.h"
 #include "ui/clipboard.h"
 #include "ui/info_box_refresh.h"
 #include "ui/info_box_state.h"
@@ -94,7 +92,7 @@ void TrackInfoBoxMenu(FlexiInfoState& state, POINT screen) noexcept {
 }
 
 void CopyShownText(const FlexiInfoState& state) noexcept {
-    const std::unique_ptr<wchar_t[]> text(new (std::nothrow) wchar_t[kMaxCopyChars + 1]);
+    const HeapArray<wchar_t> text = AllocateArray<wchar_t>(kMaxCopyChars + 1);
     if (!text) return;
     const int length = static_cast<int>(SendDlgItemMessageW(
         state.hwnd, kInfoBoxTextId, WM_GETTEXT, kMaxCopyChars + 1, reinterpret_cast<LPARAM>(text.get())));

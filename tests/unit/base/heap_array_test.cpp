@@ -33,4 +33,26 @@ TEST(HeapArray, IsNullWithoutMemoryOnAnyThread) {
     EXPECT_TRUE(null);
 }
 
+struct Quiet : QuietlyAllocated {
+    int value = 7;
+};
+
+TEST(QuietlyAllocated, ObjectsLiveAndGoAsOthersDo) {
+    ExpectNoLeaks([] {
+        const std::unique_ptr<Quiet> quiet(new (std::nothrow) Quiet);
+        const auto plain = std::make_unique<Quiet>();
+        EXPECT_EQ(quiet->value + plain->value, 14);
+    });
+}
+
+TEST(QuietlyAllocated, IsNullWithoutMemoryOnAnyThread) {
+    bool null = false;
+    std::thread([&] {
+        REPLACE_CALL(allocate, malloc, [](size_t) -> void* { return nullptr; });
+        const std::unique_ptr<Quiet> quiet(new (std::nothrow) Quiet);
+        null = quiet == nullptr;
+    }).join();
+    EXPECT_TRUE(null);
+}
+
 }  // namespace

@@ -5,6 +5,10 @@ preset=${TAVIX_PRESET:-release}
 build=$root/build/$preset
 
 say() { printf '== %s\n' "$*"; }
+
+# Runs a step that ends with this script even when a signal reaches the script alone; an unbound step would go on.
+bound() { setpriv --pdeathsig TERM "$@"; }
+
 die() {
     printf 'error: %s\n' "$*" >&2
     exit 1

@@ -11,12 +11,11 @@
 
 #include <setupapi.h>
 
-#include "base/heap_array.h"
 #include "base/win32_handle.h"
 #include "driver/protocol.h"
 #include "ui/hint_balloon.h"
 
-struct TavixProspageParam_base : QuietlyAllocated {
+struct TavixProspageParam_base {
     TavixProspageParam_base() noexcept = default;
     TavixProspageParam_base(const TavixProspageParam_base&) = delete;
     TavixProspageParam_base& operator=(const TavixProspageParam_base&) = delete;

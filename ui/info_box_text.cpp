@@ -1,7 +1,6 @@
 #include "ui/info_box_text.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
 #include "ui/newlines.h"
@@ -27,7 +26,7 @@ bool DisplayText::Assign(const wchar_t* source, size_t maxChars) noexcept {
 bool DisplayText::Reserve(Buffer& buffer, size_t chars) noexcept {
     if (chars > kMaxDisplayChars) return false;
     const size_t wanted = std::min(std::max(chars, buffer.capacity * 2), kMaxDisplayChars);
-    std::unique_ptr<wchar_t[]> larger(new (std::nothrow) wchar_t[wanted]);
+    HeapArray<wchar_t> larger = AllocateArray<wchar_t>(wanted);
     if (!larger) return false;
     buffer = {std::move(larger), wanted};
     return true;

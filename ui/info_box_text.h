@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
+
+#include "base/heap_array.h"
 
 // The most that can be shown, in UTF-16 units after the conversion, terminator included.
 constexpr size_t kMaxDisplayChars = 1'024'000;
@@ -22,7 +23,7 @@ class DisplayText {
 
   private:
     struct Buffer {
-        std::unique_ptr<wchar_t[]> chars;
+        HeapArray<wchar_t> chars;
         size_t capacity = 0;
     };
     static bool Reserve(Buffer& buffer, size_t chars) noexcept;

@@ -2,15 +2,23 @@
 
 #include <gtest/gtest.h>
 
-#include <new>
 #include <random>
 #include <string>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/import_redirect.h"
 
 namespace {
 
-bool refuseMemory = false;
+// Takes over the text while every allocation fails.
+bool AssignWithoutMemory(DisplayText& display, const wchar_t* text) {
+    CallFaults faults;
+    WATCH_CALL(faults, malloc, nullptr, 0);
+    faults.FailAt(1, true);
+    bool assigned = false;
+    faults.During([&] { assigned = display.Assign(text); });
+    return assigned;
+}
 
 // The rule written the slow way.
 std::wstring Model(const std::wstring& text) {
@@ -153,20 +161,17 @@ TEST(DisplayText, ATextShownAgainAndAgainNeedsNoMemoryAnyMore) {
     DisplayText display;
     ASSERT_TRUE(display.Assign(text.c_str()));
     ASSERT_TRUE(display.Assign(text.c_str()));
-    refuseMemory = true;
     for (const wchar_t* const next : {text.c_str(), L"shorter", text.c_str(), text.c_str() + 1})
-        EXPECT_TRUE(display.Assign(next));
-    refuseMemory = false;
+        EXPECT_TRUE(AssignWithoutMemory(display, next));
     EXPECT_EQ(display.Length(), size_t{2 * 999});
 }
 
 TEST(DisplayText, ATextThatGrowsFindsRoomWithoutMemoryMostOfTheTime) {
     DisplayText display;
-    for (size_t units = 600; units < 800; ++units) {
-        refuseMemory = units > 603;
+    for (size_t units = 600; units < 604; ++units)
         EXPECT_TRUE(display.Assign(std::wstring(units, L'x').c_str()));
-        refuseMemory = false;
-    }
+    for (size_t units = 604; units < 800; ++units)
+        EXPECT_TRUE(AssignWithoutMemory(display, std::wstring(units, L'x').c_str()));
 }
 
 TEST(DisplayText, GrowsUpToTheLimit) {
@@ -181,9 +186,7 @@ TEST(DisplayText, WithoutMemoryTheTextStays) {
     const std::wstring larger(1000, L'x');
     DisplayText display;
     ASSERT_TRUE(display.Assign(L"before"));
-    refuseMemory = true;
-    EXPECT_FALSE(display.Assign(larger.c_str()));
-    refuseMemory = false;
+    EXPECT_FALSE(AssignWithoutMemory(display, larger.c_str()));
     EXPECT_STREQ(display.get(), L"before");
 }
 
@@ -193,19 +196,3 @@ TEST(DisplayText, IsEmptyBeforeTheFirstText) {
 }
 
 }  // namespace
-
-// The test program's own allocation functions, so that a test can take the memory away.
-void* operator new[](size_t bytes, const std::nothrow_t&) noexcept {
-    return refuseMemory ? nullptr : malloc(bytes);
-}
-void operator delete[](void* block) noexcept {
-    free(block);
-}
-void operator delete[](void* block, size_t) noexcept {
-    free(block);
-}
-void* operator new[](size_t bytes) {
-    void* const block = malloc(bytes);
-    if (block == nullptr) throw std::bad_alloc();
-    return block;
-}

@@ -6,6 +6,7 @@
 #include "driver/vbus.h"
 #include "resources/resource_ids.h"
 #include "state/driver_params.h"
+#include "tests/support/screenshot.h"
 #include "tests/system/vcom_page_fixture.h"
 #include "tools/file_logging.h"
 
@@ -83,7 +84,10 @@ class FileLoggingTest : public VcomPageTest {
 
 TEST_F(FileLoggingTest, CheckingAsksTheNoticeAndYesStartsAFreshLog) {
     OpenWithLogging(false);
-    modal_.ExpectBox(L"TAVIX Message").Press(IDYES);
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView& box) {
+        SaveScreenshot(box.window(), L"file_logging_question");
+        box.Press(IDYES);
+    });
     Click(IDC_FILE_LOGGING);
     ASSERT_EQ(modal_.boxes().size(), 1u);
     EXPECT_EQ(modal_.boxes()[0].text, kNotice);

@@ -61,6 +61,11 @@ void VcomPageTest::OpenPage() {
     page_ = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_VCOM_PAGE), frame_.get(),
                                VcomProspageDlgProc, reinterpret_cast<LPARAM>(&description));
     ASSERT_NE(page_, nullptr) << GetLastError();
+    RECT area;
+    GetWindowRect(page_, &area);
+    AdjustWindowRect(&area, WS_OVERLAPPEDWINDOW, FALSE);
+    SetWindowPos(frame_.get(), nullptr, 0, 0, area.right - area.left, area.bottom - area.top,
+                 SWP_NOMOVE | SWP_NOZORDER);
     ShowWindow(page_, SW_SHOW);
 }
 

@@ -51,7 +51,8 @@ class ModuleEntryTest : public testing::Test {
                                           return ReplacedCall<QueryActCtxW>::Original(arguments...);
                                       }};
     ReplacedCall<GetProcAddress> lookUp_{"GetProcAddress", [this](HMODULE module, const char* name) {
-                                             steps_.push_back(name);
+                                             if (std::string(name) == "InitCommonControls")
+                                                 steps_.push_back(name);
                                              return ReplacedCall<GetProcAddress>::Original(module, name);
                                          }};
     ReplacedCall<LoadLibraryW> load_{"LoadLibraryW", [this](const wchar_t* name) -> HMODULE {

@@ -153,11 +153,15 @@ TEST_F(VcomSheetTest, OkWithANoToTheConflictSavesNothing) {
 
 // The device's removal takes the sheet away whatever box is open on it; the page's object goes with it.
 HWND g_sheetToDestroy = nullptr;
+std::atomic<bool> g_boxWasRead = false;
 
-void DestroyWithTheFirstBox(HWND sheet) {
+// Expects the box and takes the sheet away once the box has been read.
+void DestroyWithTheFirstBox(ModalDriver& modal, HWND sheet) {
     g_sheetToDestroy = sheet;
+    g_boxWasRead = false;
+    modal.ExpectBox(L"TAVIX Message").DoAndLeaveOpen([](BoxView&) { g_boxWasRead = true; });
     SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
-        if (FindWindowW(L"#32770", L"TAVIX Message") == nullptr) return;
+        if (!g_boxWasRead) return;
         KillTimer(nullptr, timer);
         DestroyWindow(g_sheetToDestroy);
     });
@@ -167,8 +171,7 @@ TEST_F(VcomSheetTest, ASheetDestroyedDuringTheConflictQuestionSavesNothing) {
     OpenSheet();
     const std::wstring before = PortName();
     Select(kTakenPort);
-    modal_->ExpectBox(L"TAVIX Message").DoAndLeaveOpen([](BoxView&) {});
-    DestroyWithTheFirstBox(sheet_.get());
+    DestroyWithTheFirstBox(*modal_, sheet_.get());
     SendDlgItemMessageW(page_, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
     EXPECT_FALSE(IsWindow(sheet_.release()));
     EXPECT_EQ(modal_->boxes().size(), 1u);
@@ -178,8 +181,7 @@ TEST_F(VcomSheetTest, ASheetDestroyedDuringTheConflictQuestionSavesNothing) {
 TEST_F(VcomSheetTest, ASheetDestroyedBehindTheSavesMessageIsNotTouchedAgain) {
     OpenSheet();
     Select(kOtherPort);
-    modal_->ExpectBox(L"TAVIX Message").DoAndLeaveOpen([](BoxView&) {});
-    DestroyWithTheFirstBox(sheet_.get());
+    DestroyWithTheFirstBox(*modal_, sheet_.get());
     SendDlgItemMessageW(page_, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
     EXPECT_FALSE(IsWindow(sheet_.release()));
     EXPECT_EQ(modal_->boxes().size(), 1u);

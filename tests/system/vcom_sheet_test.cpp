@@ -1,6 +1,7 @@
 // The VCOM page in the property sheet that Device Manager would make: asked for through the device installer,
 // with another page to go to, and the sheet's own buttons.
 #include <array>
+#include <atomic>
 #include <memory>
 
 #include "base/windows_api.h"

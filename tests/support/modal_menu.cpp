@@ -105,7 +105,10 @@ MenuRecord MenuView::Read() const {
 }
 
 bool MenuView::MoveTo(HMENU menu, int position) const {
-    for (int steps = 0; steps <= GetMenuItemCount(menu); ++steps) {
+    // The pointer may rest on the menu and move the highlight too, so a step can pass the item by; the keys
+    // then go round once more.
+    const int enoughSteps = 4 * (GetMenuItemCount(menu) + 1);
+    for (int steps = 0; steps < enoughSteps; ++steps) {
         const int now = HighlightedPosition(menu);
         if (now == position) return true;
         PostKey(owner_, VK_DOWN);

@@ -33,3 +33,7 @@ constexpr bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view righ
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](wchar_t a, wchar_t b) { return AsciiLower(a) == AsciiLower(b); });
 }
+
+constexpr bool BeginsIgnoringCase(std::wstring_view text, std::wstring_view start) noexcept {
+    return text.size() >= start.size() && EqualsIgnoringCase({text.data(), start.size()}, start);
+}

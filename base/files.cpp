@@ -19,6 +19,11 @@ bool Seek(HANDLE file, int64_t offset) noexcept {
 
 }  // namespace
 
+bool IsFile(const wchar_t* path) noexcept {
+    const DWORD attributes = GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
 bool MakeTempFileName(const wchar_t* prefix, const wchar_t*, wchar_t* buffer, int32_t chars) noexcept {
     wchar_t folder[MAX_PATH] = L"";
     wchar_t name[MAX_PATH] = L"";
@@ -72,9 +77,9 @@ int64_t WriteFileAt(HANDLE file, int64_t offset, uint32_t bytes, const void* buf
 
 int64_t GetFileSizeOf(HANDLE file) noexcept {
     LARGE_INTEGER size = {};
-    return GetFileSizeEx(file, &size) ? size.QuadPart : -1;
+    return file != nullptr && GetFileSizeEx(file, &size) ? size.QuadPart : -1;
 }
 
 bool CloseFile(KernelHandle file) noexcept {
-    return CloseHandle(file.release()) != FALSE;
+    return file && CloseHandle(file.release()) != FALSE;
 }

@@ -6,6 +6,9 @@
 #include "base/win32_handle.h"
 #include "base/windows_api.h"
 
+// Whether the path leads to a file; a folder of that name is none.
+bool IsFile(const wchar_t* path) noexcept;
+
 // Stores the name of a new, empty temporary file, cut to `chars` characters, terminator included. Always
 // true: when no file could be made the name is empty. The third place of the argument list has no meaning any
 // more.
@@ -27,7 +30,7 @@ KernelHandle OpenFileRw(const wchar_t* path, bool write) noexcept;
 int64_t ReadFileAt(HANDLE file, int64_t offset, uint32_t bytes, void* buffer) noexcept;
 int64_t WriteFileAt(HANDLE file, int64_t offset, uint32_t bytes, const void* buffer) noexcept;
 
-// Bytes; -1 on failure.
+// Bytes; -1 when the handle is null and on failure.
 int64_t GetFileSizeOf(HANDLE file) noexcept;
 // False when the file was not open or the system refused.
 bool CloseFile(KernelHandle file) noexcept;

@@ -1,40 +1,62 @@
-// Memory whose allocation can fail quietly. In this toolchain even the non-throwing new throws and catches
-// inside, and throwing for the first time in a thread needs memory itself and ends the process when there is
-// none.
+// Growable memory for plain elements. Growing can fail and says so; nothing here throws.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
-#include <new>
+#include <cstring>
 #include <type_traits>
-
-struct FreeBlock {
-    void operator()(void* block) const noexcept { free(block); }
-};
+#include <utility>
 
 template <typename T>
-using HeapArray = std::unique_ptr<T[], FreeBlock>;
+class HeapArray {
+    static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_default_constructible_v<T>);
 
-// `count` elements without values; null when there is no memory.
-template <typename T>
-HeapArray<T> AllocateArray(size_t count) noexcept {
-    static_assert(std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>);
-    if (count > SIZE_MAX / sizeof(T)) return nullptr;
-    return HeapArray<T>(static_cast<T*>(malloc(count * sizeof(T))));
-}
-
-// Base of classes whose objects are made by `new (std::nothrow)`, which then gives null without memory.
-struct QuietlyAllocated {
-    static void* operator new(size_t bytes) {
-        void* const block = malloc(bytes);
-        if (block == nullptr) throw std::bad_alloc();
-        return block;
+  public:
+    HeapArray() noexcept = default;
+    HeapArray(HeapArray&& other) noexcept { Swap(other); }
+    HeapArray& operator=(HeapArray&& other) noexcept {
+        HeapArray(std::move(other)).Swap(*this);
+        return *this;
     }
-    static void* operator new(size_t bytes, const std::nothrow_t&) noexcept { return malloc(bytes); }
-    static void* operator new(size_t, void* place) noexcept { return place; }
-    static void operator delete(void* block) noexcept { free(block); }
-    // Called when a constructor throws.
-    static void operator delete(void* block, const std::nothrow_t&) noexcept { free(block); }
+    ~HeapArray() { free(data_); }
+
+    // The elements so far stay; new ones have no value. False, with everything as it was, when there is no
+    // memory. Shrinking never fails and keeps the memory.
+    [[nodiscard]] bool Resize(size_t count) noexcept {
+        if (count > capacity_ && !Reserve(count)) return false;
+        size_ = count;
+        return true;
+    }
+
+    T* data() noexcept { return data_; }
+    const T* data() const noexcept { return data_; }
+    size_t size() const noexcept { return size_; }
+    T* begin() noexcept { return data_; }
+    T* end() noexcept { return data_ + size_; }
+    const T* begin() const noexcept { return data_; }
+    const T* end() const noexcept { return data_ + size_; }
+    T& operator[](size_t index) noexcept { return data_[index]; }
+    const T& operator[](size_t index) const noexcept { return data_[index]; }
+
+  private:
+    bool Reserve(size_t count) noexcept {
+        if (count > SIZE_MAX / sizeof(T)) return false;
+        T* const larger = static_cast<T*>(malloc(count * sizeof(T)));
+        if (larger == nullptr) return false;
+        if (size_ != 0) memcpy(larger, data_, size_ * sizeof(T));
+        free(data_);
+        data_ = larger;
+        capacity_ = count;
+        return true;
+    }
+    void Swap(HeapArray& other) noexcept {
+        std::swap(data_, other.data_);
+        std::swap(size_, other.size_);
+        std::swap(capacity_, other.capacity_);
+    }
+
+    T* data_ = nullptr;
+    size_t size_ = 0;
+    size_t capacity_ = 0;
 };

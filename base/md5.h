@@ -22,5 +22,5 @@ class Md5 {
 
     std::array<uint32_t, 4> state_{0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476};
     uint64_t totalBytes_ = 0;
-    std::array<uint8_t, kBlockBytes> pending_{};  // the first totalBytes_ % kBlockBytes of it are waiting
+    std::array<uint8_t, kBlockBytes> pending_ = {};  // the first totalBytes_ % kBlockBytes of it are waiting
 };

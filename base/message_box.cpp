@@ -44,6 +44,13 @@ int MsgBoxKind(const wchar_t* title, int32_t kind, HWND owner, const wchar_t* fo
     return result;
 }
 
+void ErrorBox(HWND owner, const wchar_t* format, ...) noexcept {
+    va_list args;
+    va_start(args, format);
+    ShowBox(nullptr, MB_ICONERROR, owner, format, &args);
+    va_end(args);
+}
+
 int AskYesNo(HWND owner, const wchar_t* format, ...) noexcept {
     va_list args;
     va_start(args, format);

@@ -1,13 +1,13 @@
 #include "base/module.h"
 
 namespace {
-HINSTANCE moduleInstance = nullptr;
+HINSTANCE g_moduleInstance = nullptr;
 }
 
 void SetModuleInstance(HINSTANCE instance) noexcept {
-    moduleInstance = instance;
+    g_moduleInstance = instance;
 }
 
 HINSTANCE ModuleInstance() noexcept {
-    return moduleInstance;
+    return g_moduleInstance;
 }

@@ -8,7 +8,7 @@ namespace {
 
 std::optional<DWORD> MajorVersion() noexcept {
     OSVERSIONINFOW version = {};
-    version.dwOSVersionInfoSize = sizeof version;
+    version.dwOSVersionInfoSize = sizeof(version);
     if (!GetVersionExW(&version)) return std::nullopt;
     return version.dwMajorVersion;
 }

@@ -8,7 +8,7 @@
 
 struct XfmtOutput;
 
-constexpr int32_t kStampChars = 32;
+inline constexpr int32_t kStampChars = 32;
 
 // "20260316_142501".
 void FormatStampCompact(const SYSTEMTIME& time, wchar_t* text, int32_t chars) noexcept;

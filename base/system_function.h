@@ -6,7 +6,7 @@
 #include "base/windows_api.h"
 
 // The internal code for a function that this system does not have.
-constexpr DWORD kErrorFunctionMissing = 0xE00000EE;
+inline constexpr DWORD kErrorFunctionMissing = 0xE00000EE;
 
 // Loads the library from the system directory only; null on failure. The library stays loaded: it belongs to
 // the system, and giving it up while this module is being unloaded is not allowed.

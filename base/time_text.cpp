@@ -55,38 +55,38 @@ SYSTEMTIME Now(bool local) {
 
 }  // namespace
 
-int64_t time_filetime_to_uems(const int64_t* filetime) {
+int64_t time_filetime_to_uems(const int64_t* filetime) noexcept {
     return *filetime / kUnitsPerMs - kMsFrom1601To1970;
 }
 
-int64_t time_now_uems_utc() {
+int64_t time_now_uems_utc() noexcept {
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
     return UemsFromFiletime(now);
 }
 
-int64_t time_now_uems_local() {
+int64_t time_now_uems_local() noexcept {
     const SYSTEMTIME now = Now(true);
-    FILETIME filetime{};
+    FILETIME filetime = {};
     SystemTimeToFileTime(&now, &filetime);
     return UemsFromFiletime(filetime);
 }
 
-int64_t time_now_unix_utc() {
+int64_t time_now_unix_utc() noexcept {
     return time_now_uems_utc() / kMsPerSecond;
 }
 
-int64_t time_now_unix_local() {
+int64_t time_now_unix_local() noexcept {
     return time_now_uems_local() / kMsPerSecond;
 }
 
-int32_t time_tz_offset_minutes() {
-    TIME_ZONE_INFORMATION zone{};
+int32_t time_tz_offset_minutes() noexcept {
+    TIME_ZONE_INFORMATION zone = {};
     GetTimeZoneInformation(&zone);
     return -static_cast<int32_t>(zone.Bias);
 }
 
-void time_tm_from_systemtime(const SYSTEMTIME* time, TimeTm* out, uint32_t* msec) {
+void time_tm_from_systemtime(const SYSTEMTIME* time, TimeTm* out, uint32_t* msec) noexcept {
     out->second = time->wSecond;
     out->minute = time->wMinute;
     out->hour = time->wHour;
@@ -99,7 +99,7 @@ void time_tm_from_systemtime(const SYSTEMTIME* time, TimeTm* out, uint32_t* msec
     if (msec != nullptr) *msec = time->wMilliseconds;
 }
 
-int32_t time_unix_to_tm_utc(int64_t seconds, TimeTm* out) {
+int32_t time_unix_to_tm_utc(int64_t seconds, TimeTm* out) noexcept {
     FILETIME utc;
     SYSTEMTIME time;
     if (!FiletimeFromUnix(seconds, utc) || !FileTimeToSystemTime(&utc, &time)) return 0;
@@ -107,7 +107,7 @@ int32_t time_unix_to_tm_utc(int64_t seconds, TimeTm* out) {
     return 1;
 }
 
-int32_t time_unix_to_tm_local(int64_t seconds, TimeTm* out) {
+int32_t time_unix_to_tm_local(int64_t seconds, TimeTm* out) noexcept {
     FILETIME utc, local;
     SYSTEMTIME time;
     if (!FiletimeFromUnix(seconds, utc) || !FileTimeToLocalFileTime(&utc, &local)) return 0;
@@ -116,40 +116,41 @@ int32_t time_unix_to_tm_local(int64_t seconds, TimeTm* out) {
     return 1;
 }
 
-bool time_now_tm_utc(TimeTm* out, uint32_t* msec) {
+bool time_now_tm_utc(TimeTm* out, uint32_t* msec) noexcept {
     const SYSTEMTIME now = Now(false);
     time_tm_from_systemtime(&now, out, msec);
     return true;
 }
 
-bool time_now_tm(TimeTm* out, uint32_t* msec) {
+bool time_now_tm(TimeTm* out, uint32_t* msec) noexcept {
     const SYSTEMTIME now = Now(true);
     time_tm_from_systemtime(&now, out, msec);
     return true;
 }
 
-bool time_now_tm(TimeTm* out) {
+bool time_now_tm(TimeTm* out) noexcept {
     return time_now_tm(out, nullptr);
 }
 
-bool time_sleep_ms(uint32_t ms) {
+bool time_sleep_ms(uint32_t ms) noexcept {
     Sleep(ms);
     return true;
 }
 
-uint32_t time_tick_ms() {
+uint32_t time_tick_ms() noexcept {
     return GetTickCount();
 }
 
-int32_t time_tick_bits() {
+int32_t time_tick_bits() noexcept {
     return kTickBits;
 }
 
-uint64_t time_tick_elapsed(uint64_t start, uint64_t now) {
+uint64_t time_tick_elapsed(uint64_t start, uint64_t now) noexcept {
     return (now - start) & kTickMask;
 }
 
-wchar_t* time_text_from_systemtime(const SYSTEMTIME* time, int32_t style, wchar_t* buf, int32_t cap) {
+wchar_t* time_text_from_systemtime(const SYSTEMTIME* time, int32_t style, wchar_t* buf,
+                                   int32_t cap) noexcept {
     if (cap < 1) return buf;
     buf[0] = 0;
     if (style == kYearAndDate) xfmt(buf, cap, L"%s%04d-", buf, time->wYear);
@@ -160,14 +161,14 @@ wchar_t* time_text_from_systemtime(const SYSTEMTIME* time, int32_t style, wchar_
     return buf;
 }
 
-wchar_t* time_text_from_unix(int64_t seconds, int32_t style, wchar_t* buf, int32_t cap) {
+wchar_t* time_text_from_unix(int64_t seconds, int32_t style, wchar_t* buf, int32_t cap) noexcept {
     FILETIME utc;
-    SYSTEMTIME time{};
+    SYSTEMTIME time = {};
     if (FiletimeFromUnix(seconds, utc)) FileTimeToSystemTime(&utc, &time);
     return time_text_from_systemtime(&time, style, buf, cap);
 }
 
-wchar_t* time_text_now(int32_t local, int32_t style, wchar_t* buf, int32_t cap) {
+wchar_t* time_text_now(int32_t local, int32_t style, wchar_t* buf, int32_t cap) noexcept {
     const SYSTEMTIME now = Now(local != 0);
     return time_text_from_systemtime(&now, style, buf, cap);
 }

@@ -22,34 +22,34 @@ struct TimeTm {
     int32_t daylight;  // always 0
 };
 
-int64_t time_filetime_to_uems(const int64_t* filetime);
-int64_t time_now_uems_utc();
+int64_t time_filetime_to_uems(const int64_t* filetime) noexcept;
+int64_t time_now_uems_utc() noexcept;
 // The wall clock's reading as if it were UTC.
-int64_t time_now_uems_local();
-int64_t time_now_unix_utc();
-int64_t time_now_unix_local();
+int64_t time_now_uems_local() noexcept;
+int64_t time_now_unix_utc() noexcept;
+int64_t time_now_unix_local() noexcept;
 // Minutes east of UTC, without daylight saving: 480 for UTC+8.
-int32_t time_tz_offset_minutes();
+int32_t time_tz_offset_minutes() noexcept;
 
 // `msec` may be null.
-void time_tm_from_systemtime(const SYSTEMTIME* time, TimeTm* out, uint32_t* msec);
+void time_tm_from_systemtime(const SYSTEMTIME* time, TimeTm* out, uint32_t* msec) noexcept;
 // Both return 0 and leave *out alone when the system refuses the time, otherwise non-zero.
-int32_t time_unix_to_tm_utc(int64_t seconds, TimeTm* out);
-int32_t time_unix_to_tm_local(int64_t seconds, TimeTm* out);
+int32_t time_unix_to_tm_utc(int64_t seconds, TimeTm* out) noexcept;
+int32_t time_unix_to_tm_local(int64_t seconds, TimeTm* out) noexcept;
 // Always true; `msec` may be null.
-bool time_now_tm_utc(TimeTm* out, uint32_t* msec);
-bool time_now_tm(TimeTm* out, uint32_t* msec);
-bool time_now_tm(TimeTm* out);
+bool time_now_tm_utc(TimeTm* out, uint32_t* msec) noexcept;
+bool time_now_tm(TimeTm* out, uint32_t* msec) noexcept;
+bool time_now_tm(TimeTm* out) noexcept;
 
-bool time_sleep_ms(uint32_t ms);  // always true
-uint32_t time_tick_ms();
-int32_t time_tick_bits();
+bool time_sleep_ms(uint32_t ms) noexcept;  // always true
+uint32_t time_tick_ms() noexcept;
+int32_t time_tick_bits() noexcept;
 // The ticks between two readings, right across one wrap of the counter.
-uint64_t time_tick_elapsed(uint64_t start, uint64_t now);
+uint64_t time_tick_elapsed(uint64_t start, uint64_t now) noexcept;
 
 // Style 1 writes "2024-03-05 09:07:02", style 2 "03-05 09:07:02", any other "09:07:02". Nothing is checked; a
 // text that does not fit in `cap` characters, terminator included, is cut. All return buf.
-wchar_t* time_text_from_systemtime(const SYSTEMTIME* time, int32_t style, wchar_t* buf, int32_t cap);
+wchar_t* time_text_from_systemtime(const SYSTEMTIME* time, int32_t style, wchar_t* buf, int32_t cap) noexcept;
 // Shows UTC.
-wchar_t* time_text_from_unix(int64_t seconds, int32_t style, wchar_t* buf, int32_t cap);
-wchar_t* time_text_now(int32_t local, int32_t style, wchar_t* buf, int32_t cap);
+wchar_t* time_text_from_unix(int64_t seconds, int32_t style, wchar_t* buf, int32_t cap) noexcept;
+wchar_t* time_text_now(int32_t local, int32_t style, wchar_t* buf, int32_t cap) noexcept;

@@ -10,7 +10,7 @@ const wchar_t kLineFormat[] = L"%F%w\n";
 
 }  // namespace
 
-int32_t trace_stamp_formatter(void* mode, XfmtOutput* out, wchar_t, int32_t) {
+int32_t trace_stamp_formatter(void* mode, XfmtOutput* out, wchar_t, int32_t) noexcept {
     const uint32_t stampMode = *static_cast<const uint32_t*>(mode);
     if (stampMode == kTraceStampNone) return 0;
 
@@ -27,7 +27,7 @@ int32_t trace_stamp_formatter(void* mode, XfmtOutput* out, wchar_t, int32_t) {
                        now.hour, now.minute, now.second, msecText);
 }
 
-int32_t trace_print_stdout(uint32_t mode, const wchar_t* format, ...) {
+int32_t trace_print_stdout(uint32_t mode, const wchar_t* format, ...) noexcept {
     XfmtFormatter stamp;
     xfmt_formatter_init(&stamp, trace_stamp_formatter, &mode);
     va_list args;
@@ -38,7 +38,7 @@ int32_t trace_print_stdout(uint32_t mode, const wchar_t* format, ...) {
     return count;
 }
 
-int32_t trace_print_stderr(uint32_t mode, const wchar_t* format, ...) {
+int32_t trace_print_stderr(uint32_t mode, const wchar_t* format, ...) noexcept {
     XfmtFormatter stamp;
     xfmt_formatter_init(&stamp, trace_stamp_formatter, &mode);
     va_list args;

@@ -8,20 +8,20 @@ namespace {
 
 constexpr int kLineCapacity = 2000;
 
-TraceLineHook traceHook = nullptr;
+TraceLineHook g_traceHook = nullptr;
 
 }  // namespace
 
 void TraceLine(const wchar_t* format, ...) noexcept {
-    if (traceHook == nullptr) return;
+    if (g_traceHook == nullptr) return;
     wchar_t line[kLineCapacity];
     va_list args;
     va_start(args, format);
     xfmt_v(line, kLineCapacity, format, args);
     va_end(args);
-    traceHook(line);
+    g_traceHook(line);
 }
 
 void SetTraceLineHook(TraceLineHook hook) noexcept {
-    traceHook = hook;
+    g_traceHook = hook;
 }

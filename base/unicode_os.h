@@ -5,7 +5,7 @@
 // exit code 0.
 void EndProcessWithoutUnicode() noexcept;
 
-// Hands its argument through, for use inside an initialiser.
+// Hands its argument through, for use inside an initializer.
 template <typename T>
 T RequireUnicodeOs(T value) noexcept {
     EndProcessWithoutUnicode();

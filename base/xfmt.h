@@ -3,7 +3,7 @@
 // Counts, capacities and positions are in characters (UTF-16 units). A capacity includes the terminator.
 // Every function that takes a buffer stores at most `cap` characters, always terminates when cap >= 1, and
 // returns the length that the complete text has, so that `count >= cap` means "cut"; a text longer than a
-// count can tell (2,147,483,647) returns -1.
+// count can hold (2,147,483,647) returns -1.
 #pragma once
 
 #include <cstdarg>
@@ -42,8 +42,8 @@ struct XfmtOutput {
     bool quiet;      // never call the trace hook for output through this context
 };
 
-constexpr uint32_t kXfmtFormatterMagic = 0xEF170321;
-constexpr uint32_t kXfmtNestedMagic = 0xEF160913;
+inline constexpr uint32_t kXfmtFormatterMagic = 0xEF170321;
+inline constexpr uint32_t kXfmtNestedMagic = 0xEF160913;
 
 // Writes its text through `out` and returns the number of characters produced. `conversion` is always 'F'.
 using XfmtFormatterFn = int32_t (*)(void* ctx, XfmtOutput* out, wchar_t conversion, int32_t capacity);
@@ -54,7 +54,7 @@ struct XfmtFormatter {
     XfmtFormatterFn fn;
     void* ctx;
 };
-void xfmt_formatter_init(XfmtFormatter* formatter, XfmtFormatterFn fn, void* ctx);
+void xfmt_formatter_init(XfmtFormatter* formatter, XfmtFormatterFn fn, void* ctx) noexcept;
 
 // The argument of "%w": a format with the list of its own arguments. The list is copied, not consumed.
 struct XfmtNested {
@@ -63,41 +63,41 @@ struct XfmtNested {
     va_list* args;
 };
 
-int32_t xfmt_core(XfmtOutput* ctx, const wchar_t* format, va_list args);
-int32_t xfmt(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
-int32_t xfmt_v(wchar_t* buf, int32_t cap, const wchar_t* format, va_list args);
+int32_t xfmt_core(XfmtOutput* ctx, const wchar_t* format, va_list args) noexcept;
+int32_t xfmt(wchar_t* buf, int32_t cap, const wchar_t* format, ...) noexcept;
+int32_t xfmt_v(wchar_t* buf, int32_t cap, const wchar_t* format, va_list args) noexcept;
 // Like xfmt, but never traced.
-int32_t xfmt_quiet(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
-int32_t xfmt_to_sink(XfmtSink sink, void* sink_ctx, const wchar_t* format, ...);
-int32_t xfmt_to_ctx(XfmtOutput* ctx, const wchar_t* format, ...);
+int32_t xfmt_quiet(wchar_t* buf, int32_t cap, const wchar_t* format, ...) noexcept;
+int32_t xfmt_to_sink(XfmtSink sink, void* sink_ctx, const wchar_t* format, ...) noexcept;
+int32_t xfmt_to_ctx(XfmtOutput* ctx, const wchar_t* format, ...) noexcept;
 
 // Measure, allocate, format. Return the count; -1 when allocation failed, -2 when measuring did. *out is null
 // on failure, otherwise the caller frees it with free().
-int32_t xfmt_alloc(wchar_t** out, const wchar_t* format, ...);
-int32_t xfmt_valloc(wchar_t** out, const wchar_t* format, va_list args);
+int32_t xfmt_alloc(wchar_t** out, const wchar_t* format, ...) noexcept;
+int32_t xfmt_valloc(wchar_t** out, const wchar_t* format, va_list args) noexcept;
 // The same with at most `max` characters, terminator included; max 0 allocates nothing and returns the count.
-int32_t xfmt_alloc_max(wchar_t** out, int32_t max, const wchar_t* format, ...);
-int32_t xfmt_valloc_max(wchar_t** out, int32_t max, const wchar_t* format, va_list args);
+int32_t xfmt_alloc_max(wchar_t** out, int32_t max, const wchar_t* format, ...) noexcept;
+int32_t xfmt_valloc_max(wchar_t** out, int32_t max, const wchar_t* format, va_list args) noexcept;
 
 // Formats at *pbuf and moves on: *pbuf grows and *pleft shrinks by the full count even when the text was cut,
 // so that later calls store nothing but keep counting. Below zero *pleft is the two's complement, as int32_t
 // reads it.
-int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...);
+int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...) noexcept;
 // Appends to the text in buf, which must be terminated even when cap is 0; returns the length of the whole.
-int32_t xfmt_append(wchar_t* buf, int32_t cap, const wchar_t* format, ...);
+int32_t xfmt_append(wchar_t* buf, int32_t cap, const wchar_t* format, ...) noexcept;
 
 // Receives the engine's account of its own work, line by line. Null removes the hook. A hook that formats
 // uses xfmt_quiet, or it would trace itself.
 using XfmtTraceHook = void (*)(void* hook_ctx, const wchar_t* line);
-void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx);
+void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx) noexcept;
 // Newline of trace lines and between hex-dump rows: 1 "\r\n", 2 "\r", anything else "\n" (the start value).
-void xfmt_set_newline(int32_t mode);
-const wchar_t* xfmt_newline();
-const char* xfmt_newline_narrow();
-int32_t xfmt_version();
+void xfmt_set_newline(int32_t mode) noexcept;
+const wchar_t* xfmt_newline() noexcept;
+const char* xfmt_newline_narrow() noexcept;
+int32_t xfmt_version() noexcept;
 
 // Format into a console buffer of xfmt_console_buffer_size() characters (longer text is cut), write and
 // flush. Both set the user's default locale first. Return the full count.
-int32_t xfmt_print_stdout(const wchar_t* format, ...);
-int32_t xfmt_print_stderr(const wchar_t* format, ...);
-int32_t xfmt_console_buffer_size();
+int32_t xfmt_print_stdout(const wchar_t* format, ...) noexcept;
+int32_t xfmt_print_stderr(const wchar_t* format, ...) noexcept;
+int32_t xfmt_console_buffer_size() noexcept;

@@ -43,7 +43,7 @@ class CryptoApi {
     CryptoApi& operator=(const CryptoApi&) = delete;
 
     Md5::Digest operator()(const std::vector<uint8_t>& data) const {
-        Md5::Digest digest{};
+        Md5::Digest digest = {};
         DWORD bytes = digest.size();
         HCRYPTHASH hash = 0;
         CryptCreateHash(provider_, CALG_MD5, 0, 0, &hash);
@@ -65,7 +65,7 @@ class Cng {
     Cng& operator=(const Cng&) = delete;
 
     Md5::Digest operator()(const std::vector<uint8_t>& data) const {
-        Md5::Digest digest{};
+        Md5::Digest digest = {};
         BCRYPT_HASH_HANDLE hash = nullptr;
         BCryptCreateHash(provider_, &hash, nullptr, 0, nullptr, 0, 0);
         BCryptHashData(hash, const_cast<PUCHAR>(data.data()), static_cast<ULONG>(data.size()), 0);

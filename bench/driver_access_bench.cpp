@@ -8,7 +8,7 @@
 
 #include "bench/harness.h"
 #include "driver/vbus.h"
-#include "sim/client/device_nodes.h"
+#include "sim/client/plugging.h"
 #include "state/registry.h"
 
 namespace {
@@ -118,8 +118,9 @@ bool CompareRequestsOnTheSimulatedBus() {
 
 void CompareRegistry() {
     WriteRegValue(HKEY_CURRENT_USER, kScratchKey, L"number", RegValue::Dword(7), true);
-    WriteRegValue(HKEY_CURRENT_USER, kScratchKey, L"text", RegValue::String(L"QRV_VBUS\\Qrv_vcom\\1&2"),
-                  true);
+    RegValue text;
+    if (text.SetString(L"QRV_VBUS\\Qrv_vcom\\1&2"))
+        WriteRegValue(HKEY_CURRENT_USER, kScratchKey, L"text", text, true);
     PrintBenchHeader("one registry value", "typed", "raw calls");
     BenchCompare(
         "number", [] { TypedValue(L"number"); }, RawNumber, {kRegistryAim}, kServerCalls);

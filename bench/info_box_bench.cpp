@@ -11,8 +11,8 @@
 
 #include "bench/harness.h"
 #include "ui/info_box.h"
-#include "ui/info_box_template.h"
-#include "ui/info_box_text.h"
+#include "ui/info_box/template.h"
+#include "ui/info_box/text.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ INT_PTR CALLBACK EmptyDialog(HWND dialog, UINT message, WPARAM wParam, LPARAM) {
 }
 
 void BenchOpening() {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.refreshProc = CloseAtOnce;
     params.autoRefreshAtStart = 1;
@@ -61,8 +61,7 @@ void BenchConversion() {
         [&] {
             memcpy(copy.data(), text.c_str(), (kLargeChars + 1) * sizeof(wchar_t));
             KeepResult(copy[0]);
-        },
-        {0.25});
+        });
 }
 
 // The box's own share of showing a text: converting and measuring it.
@@ -107,7 +106,7 @@ uint32_t StartMeasuring(void* context, FlexiInfoEvent* event, wchar_t* text, uin
 
 void BenchIdleTick() {
     IdleTicks ticks;
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.refreshProc = StartMeasuring;
     params.refreshContext = &ticks;
@@ -120,7 +119,7 @@ void BenchIdleTick() {
 }  // namespace
 
 int main() {
-    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+    const INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_WIN95_CLASSES};
     InitCommonControlsEx(&controls);
     PrintBenchHeader("Info box", "info box", "empty dialog");
     BenchOpening();

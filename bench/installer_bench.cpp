@@ -54,7 +54,7 @@ int CompareCalls() {
         KeepResult(SetupDiGetDeviceInstanceIdW(list.get(), &node, id, 260, nullptr));
     };
     BenchCompare("idle call, beside reading the node's ID", idleCall, readInstanceId, {0.5});
-    // The other calls of the platform that the behaviour asks for each time.
+    // The other calls of the platform that the behavior asks for each time.
     BenchCompare("idle call, beside all its platform calls", idleCall,
                  [&] {
                      ULONG_PTR cookie = 0;

@@ -13,16 +13,19 @@
 #include "base/module.h"
 #include "base/win32_handle.h"
 #include "bench/harness.h"
+#include "bench/raw_request.h"
 #include "pages/prospage_params.h"
 #include "pages/vcom_page.h"
 #include "resources/resource_ids.h"
-#include "sim/client/device_nodes.h"
+#include "sim/client/plugging.h"
 #include "sim/shim/platform_shim.h"
 #include "state/usberr_log.h"
+#include "tools/tools_menu_rows.h"
 
 namespace {
 
 constexpr double kOpeningAddsAtMost = 0.050;  // seconds
+constexpr double kMenuAddsAtMost = 0.015;
 constexpr BenchAim kTickAim = {1 / 1.5};
 constexpr BenchAim kDecodeAim = {1 / 1.2};
 constexpr BenchEffort kWindows = {.turns = 15, .turnSeconds = 0.02};
@@ -30,7 +33,6 @@ constexpr BenchEffort kWindows = {.turns = 15, .turnSeconds = 0.02};
 constexpr BenchEffort kServerCalls = {.turns = 51, .turnSeconds = 0.02};
 constexpr wchar_t kBusNode[] = L"ROOT\\QRV_VBUS\\0000";
 constexpr wchar_t kFriendlyName[] = L"TAVIX Scanner (COM5)";
-constexpr GUID kVbusGuid = {0x20161207, 0x6A0C, 0x11D2, {0xB8, 0x41, 0x00, 0xC0, 0x4F, 0xAD, 0x51, 0x71}};
 
 // A page of the same size without controls.
 struct EmptyTemplate {
@@ -40,6 +42,48 @@ struct EmptyTemplate {
 
 INT_PTR CALLBACK EmptyPageProc(HWND, UINT message, WPARAM, LPARAM) {
     return message == WM_INITDIALOG;
+}
+
+// The menu leaves at once, by the key that waits for its loop.
+void LeaveTheNextMenu(HWND owner) {
+    PostMessageW(owner, WM_KEYDOWN, VK_ESCAPE, 0);
+}
+
+// Shift for what this thread asks of the keyboard.
+void HoldShift(bool held) {
+    BYTE keys[256] = {};
+    if (held) keys[VK_SHIFT] = 0x80;
+    SetKeyboardState(keys);
+}
+
+// The tools menu's texts, submenu included, without icons.
+OwnedMenu MakeBareMenu(std::span<const MenuRow> rows) {
+    OwnedMenu menu(CreatePopupMenu());
+    for (const MenuRow& row : rows) {
+        if (row.text == nullptr)
+            AppendMenuW(menu.get(), MF_SEPARATOR, 0, nullptr);
+        else if (row.submenu.empty())
+            AppendMenuW(menu.get(), MF_STRING, row.id, row.text);
+        else
+            AppendMenuW(menu.get(), MF_POPUP, reinterpret_cast<UINT_PTR>(MakeBareMenu(row.submenu).release()),
+                        row.text);
+    }
+    return menu;
+}
+
+void ShowBareMenu(HWND button, bool developer) {
+    MenuRow storage[kToolsMenuRows];
+    const ToolsMenuLook look = {.developer = developer,
+                                .terminalInstalled = false,
+                                .guideOffered = true,
+                                .aboutHasIcon = true,
+                                .timerRunning = true,
+                                .blindRunActive = false};
+    const OwnedMenu menu = MakeBareMenu(FillToolsMenu(look, storage));
+    RECT area = {};
+    GetWindowRect(button, &area);
+    TrackPopupMenuEx(menu.get(), TPM_RIGHTALIGN | TPM_RETURNCMD, area.right, area.bottom, GetParent(button),
+                     nullptr);
 }
 
 HWND OpenSheetWith(const PROPSHEETPAGEW& page) {
@@ -93,6 +137,10 @@ class VcomPageBench {
         PressTheNextBox();
         SendDlgItemMessageW(page, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
         PrintRequests("save and the refresh behind it");
+        for (const bool developer : {false, true}) {
+            ShowToolsMenu(page, developer);
+            PrintRequests(developer ? "tools menu with Shift" : "tools menu");
+        }
     }
 
     void CompareOpening() {
@@ -113,7 +161,31 @@ class VcomPageBench {
             kServerCalls);
     }
 
+    void CompareMenu() {
+        const OwnedWindow sheet(OpenVcomSheet());
+        const HWND page = PropSheet_GetCurrentPageHwnd(sheet.get());
+        KillTimer(page, 51);
+        PrintBenchHeader("the tools menu, from the click until it is left at once", "page", "bare menu");
+        for (const bool developer : {false, true}) {
+            const BenchPair pair = MeasurePair([&] { ShowToolsMenu(page, developer); },
+                                               [&] {
+                                                   LeaveTheNextMenu(page);
+                                                   ShowBareMenu(GetDlgItem(page, IDC_VCOM_TOOLS), developer);
+                                               },
+                                               kWindows);
+            PrintBenchRow(developer ? "with Shift" : "without Shift", pair);
+            PrintBenchTime(developer ? "added by icons, hint and request" : "added by icons",
+                           pair.ours - pair.peer, kMenuAddsAtMost);
+        }
+    }
+
   private:
+    static void ShowToolsMenu(HWND page, bool developer) {
+        HoldShift(developer);
+        LeaveTheNextMenu(page);
+        SendDlgItemMessageW(page, IDC_VCOM_TOOLS, BM_CLICK, 0, 0);
+        HoldShift(false);
+    }
     HWND OpenVcomSheet() {
         params_ = std::make_unique<VcomProspageParams_st>();
         params_->deviceInfoSet = list_.get();
@@ -147,32 +219,12 @@ class VcomPageBench {
             PostMessageW(box, WM_COMMAND, IDOK, 0);
         });
     }
-    // What one request of a tick takes with raw calls: finding the bus, opening, asking, closing.
+    // What one request of a tick takes with raw calls.
     void RawRequest() {
-        const HDEVINFO set =
-            SetupDiGetClassDevsW(&kVbusGuid, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
-        SP_DEVICE_INTERFACE_DATA found = {};
-        found.cbSize = sizeof(found);
-        alignas(SP_DEVICE_INTERFACE_DETAIL_DATA_W) BYTE storage[1000];
-        auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(storage);
-        detail->cbSize = sizeof(*detail);
-        SetupDiEnumDeviceInterfaces(set, nullptr, &kVbusGuid, 0, &found);
-        SetupDiGetDeviceInterfaceDetailW(set, &found, detail, sizeof(storage), nullptr, nullptr);
-        SetupDiDestroyDeviceInfoList(set);
-        wchar_t instanceId[1000];
-        SetupDiGetDeviceInstanceIdW(list_.get(), &element_, instanceId, 1000, nullptr);
-        wchar_t name[kDeviceNameChars] = {};
-        lstrcpynW(name, wcschr(instanceId, L'\\') + 1, kDeviceNameChars);
         UsbErrStat_st record = {};
         record.headerWord = kUsbErrStatHeaderWord;
-        DWORD bytesReturned = 0;
-        const HANDLE vbus =
-            CreateFileW(detail->DevicePath, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                        nullptr, OPEN_EXISTING, 0, nullptr);
-        DeviceIoControl(vbus, IOCTL_TAVIX_GetUsbErrStat, name, sizeof(name), &record, sizeof(record),
-                        &bytesReturned, nullptr);
-        CloseHandle(vbus);
-        KeepResult(bytesReturned);
+        KeepResult(
+            RawDeviceRequest(list_.get(), &element_, IOCTL_TAVIX_GetUsbErrStat, &record, sizeof(record)));
     }
 
     SimulatedDriver driver_;
@@ -191,14 +243,10 @@ std::string LogOf(const char* line) {
 }
 
 void CompareDecoding(const char* name, const std::string& log) {
-    std::wstring text;
+    HeapText text;
     std::vector<wchar_t> room(log.size() + 1);
     BenchCompare(
-        name,
-        [&] {
-            DecodeUsberrTail(log, &text);
-            KeepResult(text);
-        },
+        name, [&] { KeepResult(DecodeUsberrTail(log, text)); },
         [&] {
             KeepResult(
                 MultiByteToWideChar(CP_UTF8, 0, log.c_str(), -1, room.data(), static_cast<int>(room.size())));
@@ -218,6 +266,7 @@ bool BenchPage() {
             bench.CountRequests();
             bench.CompareOpening();
             bench.CompareTick();
+            bench.CompareMenu();
         }
     }
     if (!done) std::printf("the simulated driver cannot be reached\n");

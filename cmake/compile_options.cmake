@@ -17,11 +17,12 @@ target_compile_options(tavix_warnings INTERFACE
     -Wall -Wextra -Wshadow -Wconversion -Werror
     $<$<COMPILE_LANGUAGE:CXX>:-Wno-missing-field-initializers -Wno-cast-function-type>)
 
-# What the product's own code adds: no RTTI; stack protection with our own guard (base/stack_guard.cpp).
+# What the product's own code adds: no RTTI and no exceptions; `new` is null without memory (base/dll_runtime.cpp); stack
+# protection with our own guard (base/stack_guard.cpp).
 add_library(tavix_product_options INTERFACE)
 target_link_libraries(tavix_product_options INTERFACE tavix_warnings)
 target_compile_options(tavix_product_options INTERFACE
-    $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti> -fstack-protector-strong)
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-rtti -fno-exceptions -fcheck-new> -fstack-protector-strong)
 if(TAVIX_TRAP_UNDEFINED)
     target_compile_options(tavix_product_options INTERFACE
         -fsanitize=undefined -fsanitize-undefined-trap-on-error)

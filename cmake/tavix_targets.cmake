@@ -14,17 +14,40 @@ function(tavix_add_floor name)
     endforeach()
 endfunction()
 
+# Most of a build's time is spent on the tests, and nobody waits for how fast they compute.
+function(tavix_build_quickly name)
+    target_compile_options(${name} PRIVATE -O0 -g1)
+    tavix_link_quickly(${name})
+endfunction()
+
+# For programs that do not ship.
+function(tavix_link_quickly name)
+    set_target_properties(${name} PROPERTIES RULE_LAUNCH_LINK ${CMAKE_SOURCE_DIR}/scripts/lib/quick_link)
+endfunction()
+
+# Tests that several programs run, compiled once; a program lists $<TARGET_OBJECTS:name> among its sources.
+function(tavix_add_test_objects name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(${name} OBJECT ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE tavix_warnings tavix_test_support ${ARG_LINKS})
+    tavix_build_quickly(${name})
+    target_precompile_headers(${name} REUSE_FROM tavix_test_headers)
+endfunction()
+
 # A test program. LEVEL is unit, ui or system: ui and system tests share one desktop and one simulated
-# driver, so they never run beside another of their kind.
+# driver, so they never run beside another of their kind. Unit tests that show windows say DESKTOP: they would take
+# the focus and the clipboard from the others.
 function(tavix_add_test name)
-    cmake_parse_arguments(ARG "" "LEVEL" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(ARG "DESKTOP" "LEVEL" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE tavix_warnings tavix_test_support ${ARG_LINKS})
+    tavix_build_quickly(${name})
+    target_precompile_headers(${name} REUSE_FROM tavix_test_headers)
     set(report ${CMAKE_BINARY_DIR}/test-results/${name}.json)
     add_test(NAME ${name} COMMAND ${CMAKE_SOURCE_DIR}/scripts/lib/run_test_program ${report}
         ${CMAKE_CROSSCOMPILING_EMULATOR} $<TARGET_FILE:${name}> --gtest_output=json:Z:${report})
     set_tests_properties(${name} PROPERTIES LABELS ${ARG_LEVEL} TIMEOUT 600)
-    if(NOT ARG_LEVEL STREQUAL "unit")
+    if(ARG_DESKTOP OR NOT ARG_LEVEL STREQUAL "unit")
         set_tests_properties(${name} PROPERTIES RESOURCE_LOCK desktop)
     endif()
 endfunction()
@@ -35,6 +58,7 @@ function(tavix_add_bench name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_compile_options(${name} PRIVATE -O2)
+    tavix_link_quickly(${name})
     target_link_libraries(${name} PRIVATE tavix_warnings tavix_bench_harness ${ARG_LINKS})
     file(APPEND ${CMAKE_BINARY_DIR}/bench/programs.txt "${name}\n")
 endfunction()
@@ -50,4 +74,29 @@ function(tavix_add_driver name)
     target_compile_options(${name} PRIVATE
         -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-stack-protector -fno-asynchronous-unwind-tables)
     target_link_options(${name} PRIVATE -nostdlib -Wl,--exclude-all-symbols -Wl,--subsystem,native -Wl,-e,DriverEntry)
+endfunction()
+
+# Icon files with the given sizes, each NAME.ico drawn from icons/NAME.svg; RESULT becomes the list of their paths.
+function(tavix_add_icons result)
+    cmake_parse_arguments(ARG "" "" "SIZES;NAMES" ${ARGN})
+    foreach(icon IN LISTS ARG_NAMES)
+        set(drawing ${CMAKE_CURRENT_SOURCE_DIR}/icons/${icon}.svg)
+        set(ico ${CMAKE_CURRENT_BINARY_DIR}/${icon}.ico)
+        set(images "")
+        set(commands "")
+        foreach(size IN LISTS ARG_SIZES)
+            set(image ${CMAKE_CURRENT_BINARY_DIR}/${icon}-${size}.png)
+            list(APPEND images ${image})
+            list(APPEND commands COMMAND rsvg-convert -w ${size} -h ${size} -o ${image} ${drawing})
+        endforeach()
+        add_custom_command(OUTPUT ${ico}
+            ${commands}
+            COMMAND icotool --create -o ${ico} ${images}
+            DEPENDS ${drawing}
+            BYPRODUCTS ${images}
+            COMMENT "Drawing ${icon}.ico"
+            VERBATIM)
+        list(APPEND icon_files ${ico})
+    endforeach()
+    set(${result} ${icon_files} PARENT_SCOPE)
 endfunction()

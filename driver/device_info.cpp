@@ -38,18 +38,12 @@ bool GetDevNodeStatus(const SP_DEVINFO_DATA& device, ULONG* problem) noexcept {
 }
 
 DWORD GetUsbdInfo(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsbdInfo_st& info) noexcept {
-    UsbdInfo_st reply = {};
-    DWORD bytesReturned = 0;
-    const DWORD error =
-        DoDeviceIoctl(deviceSet, device, IOCTL_TAVIX_GetUsbdInfo, &reply, sizeof(reply), &bytesReturned);
-    if (error != ERROR_SUCCESS) return error;
-    if (bytesReturned != sizeof(reply)) return kWrongReplyLength;
-    TerminateTexts(reply);
-    info = reply;
-    return ERROR_SUCCESS;
+    const DWORD error = DeviceQuery(deviceSet, device, IOCTL_TAVIX_GetUsbdInfo, info);
+    if (error == ERROR_SUCCESS) TerminateTexts(info);
+    return error;
 }
 
-int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars) {
+int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars) noexcept {
     UsbdInfo_st shown = info;
     TerminateTexts(shown);
     return xfmt(buffer, bufferChars,
@@ -70,22 +64,14 @@ int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferC
 
 uint32_t GetUsbSpeed(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice) noexcept {
     wchar_t huid[kDeviceNameChars];
-    if (!GetHuid(deviceSet, usbDevice, huid)) return kUsbSpeedUnknown;
-    const FileHandle vbus = OpenVbus();
-    if (!vbus) return kUsbSpeedUnknown;
-
-    const DeviceName_st name = DeviceNameFromText(huid);
     UsbdInfo_st info = {};
-    if (VbusQuery(vbus.get(), IOCTL_TAVIX_GetUsbdInfo, &name, sizeof(name), info) != ERROR_SUCCESS) {
-        return kUsbSpeedUnknown;
-    }
-    return info.speed;
+    if (!GetHuid(deviceSet, usbDevice, huid)) return kUsbSpeedUnknown;
+    const DWORD error = DeviceQuery(DeviceNameFromText(huid), IOCTL_TAVIX_GetUsbdInfo, info);
+    return error == ERROR_SUCCESS ? info.speed : kUsbSpeedUnknown;
 }
 
 DWORD GetVcomOpenerPid(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom) noexcept {
     uint32_t processId = 0;
-    DWORD bytesReturned = 0;
-    const DWORD error = DoDeviceIoctl(deviceSet, vcom, IOCTL_TAVIX_GetVcomOpenerPid, &processId,
-                                      sizeof(processId), &bytesReturned);
-    return error == ERROR_SUCCESS && bytesReturned == sizeof(processId) ? processId : 0;
+    const DWORD error = DeviceQuery(deviceSet, vcom, IOCTL_TAVIX_GetVcomOpenerPid, processId);
+    return error == ERROR_SUCCESS ? processId : 0;
 }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
+#include "base/heap_text.h"
 #include "base/windows_api.h"
 
 #include <setupapi.h>
@@ -12,7 +12,7 @@
 
 // A SPDRP_ property as text: REG_SZ as it is, REG_DWORD as "0x%X". False on failure, with `text` untouched;
 // *error then holds the code, ERROR_NO_DATA for a property of another type, else 0.
-bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, std::wstring& text,
+bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, HeapText& text,
                            DWORD* error = nullptr) noexcept;
 
 inline constexpr size_t kFriendlyNameChars = 100;
@@ -30,7 +30,7 @@ bool GetDevNodeStatus(const SP_DEVINFO_DATA& device, ULONG* problem = nullptr) n
 DWORD GetUsbdInfo(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsbdInfo_st& info) noexcept;
 
 // The text that shows such a record. Returns the length of the whole text, as xfmt does.
-int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars);
+int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars) noexcept;
 
 // UsbSpeed of a USB device; 0 when it is not mapped to a VCOM or the driver does not answer.
 uint32_t GetUsbSpeed(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice) noexcept;

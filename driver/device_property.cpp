@@ -1,9 +1,7 @@
-#include <cstring>
-#include <new>
-#include <vector>
+#include <algorithm>
 
 #include "base/bounded_text.h"
-#include "base/can_throw.h"
+#include "base/heap_array.h"
 #include "base/last_error.h"
 #include "base/xfmt.h"
 #include "driver/device_info.h"
@@ -19,19 +17,19 @@ constexpr int32_t kNumberTextChars = 16;
 // The bytes of a property and their registry type.
 struct Property {
     DWORD type = REG_NONE;
-    std::vector<BYTE> data;
+    HeapArray<BYTE> data;
 };
 
 DWORD ReadProperty(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, Property& read) {
     size_t capacity = kFirstTryBytes;
     DWORD error = ERROR_INSUFFICIENT_BUFFER;
     for (int i = 0; i < kMaxTries; ++i) {
-        read.data.assign(capacity, 0);
+        if (!read.data.Resize(capacity)) return ERROR_NOT_ENOUGH_MEMORY;
         DWORD neededBytes = 0;
         if (SetupDiGetDeviceRegistryPropertyW(deviceSet, device, property, &read.type, read.data.data(),
                                               static_cast<DWORD>(capacity), &neededBytes)) {
-            read.data.resize(std::min<size_t>(neededBytes, capacity));
-            return ERROR_SUCCESS;
+            return read.data.Resize(std::min<size_t>(neededBytes, capacity)) ? ERROR_SUCCESS
+                                                                             : ERROR_NOT_ENOUGH_MEMORY;
         }
         error = FailureCode();
         if (error != ERROR_INSUFFICIENT_BUFFER && error != ERROR_MORE_DATA) break;
@@ -40,9 +38,10 @@ DWORD ReadProperty(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, 
     return error;
 }
 
-DWORD RenderProperty(const Property& read, std::wstring& text) {
+DWORD RenderProperty(const Property& read, HeapText& text) {
     RegValue value;
-    if (!DecodeRegValue(read.type, read.data.data(), read.data.size(), value)) return ERROR_NO_DATA;
+    const DWORD error = DecodeRegValue(read.type, read.data.data(), read.data.size(), value);
+    if (error != ERROR_SUCCESS) return error == ERROR_INVALID_DATA ? DWORD{ERROR_NO_DATA} : error;
     if (value.type == REG_SZ) {
         text = std::move(value.text);
         return ERROR_SUCCESS;
@@ -50,24 +49,18 @@ DWORD RenderProperty(const Property& read, std::wstring& text) {
     if (value.type != REG_DWORD) return ERROR_NO_DATA;
     wchar_t number[kNumberTextChars];
     xfmt(number, kNumberTextChars, L"0x%X", value.number32);
-    text = number;
-    return ERROR_SUCCESS;
+    return text.Assign(number) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
 }
 
-DWORD ReadPropertyText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, std::wstring& text) {
-    if (!CanThrow()) return ERROR_NOT_ENOUGH_MEMORY;
-    try {
-        Property read;
-        const DWORD error = ReadProperty(deviceSet, device, property, read);
-        return error == ERROR_SUCCESS ? RenderProperty(read, text) : error;
-    } catch (const std::bad_alloc&) {
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
+DWORD ReadPropertyText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, HeapText& text) {
+    Property read;
+    const DWORD error = ReadProperty(deviceSet, device, property, read);
+    return error == ERROR_SUCCESS ? RenderProperty(read, text) : error;
 }
 
 }  // namespace
 
-bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, std::wstring& text,
+bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, HeapText& text,
                            DWORD* error) noexcept {
     const DWORD result = ReadPropertyText(deviceSet, device, property, text);
     if (error != nullptr) *error = result;
@@ -76,8 +69,8 @@ bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD pr
 
 bool GetDeviceFriendlyName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device,
                            wchar_t (&name)[kFriendlyNameChars]) noexcept {
-    std::wstring text;
+    HeapText text;
     if (!GetDeviceRegistryText(deviceSet, device, SPDRP_FRIENDLYNAME, text)) return false;
-    CopyBounded(name, kFriendlyNameChars, text);
+    CopyBounded(name, kFriendlyNameChars, text.view());
     return true;
 }

@@ -26,14 +26,13 @@ DWORD QueryVersion(const FileHandle& vbus, DriverVersion_st& version) {
 
 void ShowOpenFailure(DWORD error) {
     const bool denied = error == ERROR_ACCESS_DENIED;
-    MsgBoxKind(nullptr, kMessageError, nullptr, L"%s",
-               denied ? kNotAdministratorText : L"TAVIX Vbus is not ready yet.");
+    ErrorBox(GetActiveWindow(), L"%s", denied ? kNotAdministratorText : L"TAVIX Vbus is not ready yet.");
 }
 
 void ShowLogStatistics(const LogCfg_st& log) {
     wchar_t text[kStatisticsChars];
     FormatLogStatistics(log, text, kStatisticsChars);
-    MsgBoxKind(nullptr, kMessageInformation, nullptr, L"%s", text);
+    MsgBoxKind(nullptr, kMessageInformation, GetActiveWindow(), L"%s", text);
 }
 
 void SetLogLevel(LogCfg_st& log, int32_t level, bool fresh) {
@@ -55,6 +54,11 @@ DWORD ChangeLogging(HANDLE vbus, int32_t level, bool fresh, bool showStatistics)
 
 }  // namespace
 
+void FormatDriverVersion(const DriverVersion_st& version, wchar_t (&text)[kDriverVersionTextChars]) noexcept {
+    xfmt(text, kDriverVersionTextChars, L"TAVIX %d.%d.%d%s", version.major, version.minor, version.build,
+         version.debugBuild != 0 ? L" (Debug)" : L"");
+}
+
 bool GetDriverVersionText(uint32_t* packedVersion, wchar_t (&text)[kDriverVersionTextChars],
                           DWORD* error) noexcept {
     DriverVersion_st version = {};
@@ -62,8 +66,7 @@ bool GetDriverVersionText(uint32_t* packedVersion, wchar_t (&text)[kDriverVersio
     StoreError(error, result);
     if (result != ERROR_SUCCESS) return false;
     if (packedVersion != nullptr) *packedVersion = PackVersion(version);
-    xfmt(text, kDriverVersionTextChars, L"TAVIX %d.%d.%d%s", version.major, version.minor, version.build,
-         version.debugBuild != 0 ? L" (Debug)" : L"");
+    FormatDriverVersion(version, text);
     return true;
 }
 
@@ -74,12 +77,15 @@ uint32_t GetDriverVersionNumber(DWORD* error) noexcept {
     return result == ERROR_SUCCESS ? PackVersion(version) : 0;
 }
 
+DWORD QueryLogCfg(LogCfg_st& log) noexcept {
+    DWORD error = ERROR_SUCCESS;
+    const FileHandle vbus = OpenVbus(&error);
+    return vbus ? VbusQuery(vbus.get(), IOCTL_TAVIX_GetLogCfg, nullptr, 0, log) : error;
+}
+
 bool IsFileLoggingOn() noexcept {
-    const FileHandle vbus = OpenVbus();
-    if (!vbus) return false;
     LogCfg_st log = {};
-    return VbusQuery(vbus.get(), IOCTL_TAVIX_GetLogCfg, nullptr, 0, log) == ERROR_SUCCESS &&
-           log.fileLogging != 0;
+    return QueryLogCfg(log) == ERROR_SUCCESS && log.fileLogging != 0;
 }
 
 bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noexcept {
@@ -94,7 +100,7 @@ bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noex
     return error == ERROR_SUCCESS;
 }
 
-int32_t FormatLogStatistics(const LogCfg_st& log, wchar_t* buffer, int32_t bufferChars) {
+int32_t FormatLogStatistics(const LogCfg_st& log, wchar_t* buffer, int32_t bufferChars) noexcept {
     // Multiplied as unsigned, so that a large watermark wraps around instead of overflowing.
     const int32_t hundredfold = static_cast<int32_t>(log.watermarkMaxReached * 100);
     const int32_t percent = log.logbufSize > 0 ? hundredfold / log.logbufSize : 0;

@@ -8,8 +8,13 @@
 #include "driver/protocol.h"
 
 inline constexpr int32_t kDriverVersionTextChars = 110;
+// Shown where the version should stand when there is none.
+inline constexpr wchar_t kNoDriverVersionText[] = L"[TAVIX]";
 
-// "TAVIX 1.7.11", with " (Debug)" behind it for a debug build. The packed version has one byte each for
+// "TAVIX 1.7.11", followed by " (Debug)" for a debug build.
+void FormatDriverVersion(const DriverVersion_st& version, wchar_t (&text)[kDriverVersionTextChars]) noexcept;
+
+// The driver's version as that text. The packed version has one byte each for
 // major, minor and build above a zero byte. False on failure, with text and version untouched; *error then
 // holds the Windows error, ERROR_NOT_READY when there is no Vbus, else 0.
 bool GetDriverVersionText(uint32_t* packedVersion, wchar_t (&text)[kDriverVersionTextChars],
@@ -18,13 +23,17 @@ bool GetDriverVersionText(uint32_t* packedVersion, wchar_t (&text)[kDriverVersio
 // The packed version, 0 on failure. *error as above.
 uint32_t GetDriverVersionNumber(DWORD* error = nullptr) noexcept;
 
+// The record of the driver's logging. Returns a Windows error, ERROR_NOT_READY when there is no Vbus.
+DWORD QueryLogCfg(LogCfg_st& log) noexcept;
+
 // False also when the driver cannot be asked.
 bool IsFileLoggingOn() noexcept;
 
 // Switches the driver's logging into a file: on with a level above 0. `fresh` makes the driver start a new
 // file; `showStatistics` shows the log's statistics in a message box first. A Vbus that cannot be opened is
-// told to the user. False on failure, with the Windows error as last error.
+// reported in a box. Both boxes are owned by the thread's active window. False on failure, with the Windows
+// error as last error.
 bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noexcept;
 
 // Returns the length of the whole text, as xfmt does.
-int32_t FormatLogStatistics(const LogCfg_st& log, wchar_t* buffer, int32_t bufferChars);
+int32_t FormatLogStatistics(const LogCfg_st& log, wchar_t* buffer, int32_t bufferChars) noexcept;

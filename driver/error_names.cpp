@@ -105,34 +105,34 @@ const ErrorNameRow& CmProbRow(uint32_t problem) {
 
 }  // namespace
 
-const ErrorNameRow* FindErrorName(const ErrorNameRow* rows, int32_t count, uint32_t code) {
+const ErrorNameRow* FindErrorName(const ErrorNameRow* rows, int32_t count, uint32_t code) noexcept {
     for (int32_t i = 0; i < count; ++i) {
         if (rows[i].code == code) return &rows[i];
     }
     return nullptr;
 }
 
-const wchar_t* WinErrName(uint32_t code) {
+const wchar_t* WinErrName(uint32_t code) noexcept {
     return WinErrRow(code).wideName;
 }
 
-const char* WinErrNameA(uint32_t code) {
+const char* WinErrNameA(uint32_t code) noexcept {
     return WinErrRow(code).name;
 }
 
-const wchar_t* CmProbName(uint32_t problem) {
+const wchar_t* CmProbName(uint32_t problem) noexcept {
     return CmProbRow(problem).wideName;
 }
 
-const char* CmProbNameA(uint32_t problem) {
+const char* CmProbNameA(uint32_t problem) noexcept {
     return CmProbRow(problem).name;
 }
 
-const wchar_t* UfAppErrName(uint32_t result) {
+const wchar_t* UfAppErrName(uint32_t result) noexcept {
     return RowOr(FindErrorName(kUfAppErrNames, kUfAppErrNameCount, result), kUfAppErrFallback).wideName;
 }
 
-const wchar_t* UsbErrBucketName(uint32_t index) {
+const wchar_t* UsbErrBucketName(uint32_t index) noexcept {
     const bool known = index < kUsbErrBucketCount;
     return kUsbErrBucketNames[known ? index : kUsbErrBucketCount - 1];
 }

@@ -1,9 +1,6 @@
 #include "driver/mapping.h"
 
-#include <new>
-
 #include "base/bounded_text.h"
-#include "base/can_throw.h"
 #include "base/win32_handle.h"
 #include "driver/vbus.h"
 #include "state/device_values.h"
@@ -34,7 +31,7 @@ UfAppErr tavo_QueryVComFromUsbd(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice, 
     return UfAppErr_Success;
 }
 
-UfAppErr GetUsbdPathOfVcom(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom, std::wstring& usbdPath) noexcept {
+UfAppErr GetUsbdPathOfVcom(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom, HeapText& usbdPath) noexcept {
     DeviceName_st name;
     if (!GetDeviceName(deviceSet, vcom, name)) return UfAppErr_NoVcomYet;
     const FileHandle vbus = OpenVbus();
@@ -46,11 +43,5 @@ UfAppErr GetUsbdPathOfVcom(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom, std::wstri
     }
     const std::wstring_view path = BoundedText(info.usbdInstancePath);
     if (path.empty()) return UfAppErr_UsbDeviceOffline;
-    if (!CanThrow()) return UfAppErr_NoMem;
-    try {
-        usbdPath = path;
-    } catch (const std::bad_alloc&) {
-        return UfAppErr_NoMem;
-    }
-    return UfAppErr_Success;
+    return usbdPath.Assign(path) ? UfAppErr_Success : UfAppErr_NoMem;
 }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
+#include "base/heap_text.h"
 #include "base/windows_api.h"
 
 #include <setupapi.h>
@@ -28,7 +28,7 @@ UfAppErr tavo_QueryVComFromUsbd(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice, 
 // ID cannot be read, UfAppErr_VbusNotReady when the Vbus cannot be opened, UfAppErr_Unknown when the request
 // fails or the record has another size, UfAppErr_UsbDeviceOffline when the path is empty, UfAppErr_NoMem when
 // it cannot be stored.
-UfAppErr GetUsbdPathOfVcom(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom, std::wstring& usbdPath) noexcept;
+UfAppErr GetUsbdPathOfVcom(HDEVINFO deviceSet, SP_DEVINFO_DATA* vcom, HeapText& usbdPath) noexcept;
 
 // Results of QueryUsbdDevinstPath beside UfAppErr codes.
 inline constexpr int kDevinstPathBufferTooSmall = 20;

@@ -1,9 +1,7 @@
 #include <algorithm>
 #include <cwchar>
-#include <new>
-#include <string>
 
-#include "base/can_throw.h"
+#include "base/heap_array.h"
 #include "base/last_error.h"
 #include "base/win32_handle.h"
 #include "driver/mapping.h"
@@ -28,13 +26,13 @@ void StoreCount(DWORD* charsReturned, DWORD chars) {
     if (charsReturned != nullptr) *charsReturned = chars;
 }
 
-std::wstring WideFromSystemCodePage(const char* text) {
+// With its terminator. False when there is no memory; a text that is not of the code page becomes empty.
+bool WideFromSystemCodePage(const char* text, HeapArray<wchar_t>& wide) {
     const int chars = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
-    if (chars <= 0) return {};
-    std::wstring wide(static_cast<size_t>(chars), L'\0');
+    if (!wide.Resize(static_cast<size_t>(std::max(chars, 1)))) return false;
+    wide[0] = L'\0';
     MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), chars);
-    wide.pop_back();  // its terminator, which a wstring has anyway
-    return wide;
+    return true;
 }
 
 // 0, or the Windows error.
@@ -68,20 +66,16 @@ int QueryUsbdDevinstPath(const wchar_t* vcomInstancePath, wchar_t* buffer, DWORD
 
 int QueryUsbdDevinstPathA(const char* vcomInstancePath, char* buffer, DWORD bufferBytes,
                           DWORD* charsReturned) noexcept {
-    if (!CanThrow()) {
+    HeapArray<wchar_t> path;
+    HeapArray<wchar_t> reply;
+    if (!WideFromSystemCodePage(vcomInstancePath, path) || !reply.Resize(size_t{bufferBytes} + 1)) {
         StoreCount(charsReturned, kDevinstPathUnknownChars);
         return UfAppErr_Unknown;
     }
-    try {
-        std::wstring reply(bufferBytes, L'\0');
-        const int result = QueryUsbdDevinstPath(WideFromSystemCodePage(vcomInstancePath).c_str(),
-                                                reply.data(), bufferBytes, charsReturned);
-        if (result != UfAppErr_Success) return result;
-        const DWORD error = ConvertToSystemCodePage(reply.c_str(), buffer, bufferBytes);
-        if (error != ERROR_SUCCESS) StoreCount(charsReturned, kDevinstPathUnknownChars);
-        return DevinstPathResult(error);
-    } catch (const std::bad_alloc&) {
-        StoreCount(charsReturned, kDevinstPathUnknownChars);
-        return UfAppErr_Unknown;
-    }
+    reply[0] = L'\0';
+    const int result = QueryUsbdDevinstPath(path.data(), reply.data(), bufferBytes, charsReturned);
+    if (result != UfAppErr_Success) return result;
+    const DWORD error = ConvertToSystemCodePage(reply.data(), buffer, bufferBytes);
+    if (error != ERROR_SUCCESS) StoreCount(charsReturned, kDevinstPathUnknownChars);
+    return DevinstPathResult(error);
 }

@@ -1,8 +1,6 @@
 #include "driver/process_search.h"
 
 #include <algorithm>
-#include <new>
-#include <vector>
 
 #include "base/windows_api.h"
 
@@ -12,10 +10,10 @@
 #include <shlwapi.h>
 
 #include "base/bounded_text.h"
-#include "base/can_throw.h"
+#include "base/kernel_path.h"
 #include "base/os_version.h"
-#include "base/process.h"
 #include "base/win32_handle.h"
+#include "base/xfmt.h"
 
 namespace {
 
@@ -44,20 +42,19 @@ bool GetLimitedExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) {
     return true;
 }
 
-std::vector<std::wstring> NeedlesOf(std::span<const std::wstring> names) {
-    std::vector<std::wstring> needles;
-    needles.reserve(names.size());
-    for (const std::wstring& name : names) {
-        // The backslash alone would be found in every path.
-        if (!name.empty()) needles.push_back(L"\\" + name);
-    }
-    return needles;
+bool NamesProgram(const wchar_t* path, std::wstring_view name) {
+    // A longer name is in no path.
+    if (name.size() >= MAX_PATH) return false;
+    wchar_t needle[1 + MAX_PATH];
+    xfmt(needle, 1 + MAX_PATH, L"\\%.*s", static_cast<int32_t>(name.size()), name.data());
+    return StrRStrIW(path, nullptr, needle) != nullptr;
 }
 
-bool ContainsOneOf(const wchar_t* path, const std::vector<std::wstring>& needles) {
-    return std::any_of(needles.begin(), needles.end(), [path](const std::wstring& needle) {
-        return StrRStrIW(path, nullptr, needle.c_str()) != nullptr;
-    });
+bool NamesProgram(const wchar_t* path, const MultiString& names) {
+    for (const std::wstring_view name : names) {
+        if (NamesProgram(path, name)) return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -73,21 +70,20 @@ bool GetProcessExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) noex
     return chars != 0;
 }
 
-bool FindProcessByNames(std::span<const std::wstring> names) noexcept {
-    if (!CanThrow()) return false;
-    try {
-        const std::vector<std::wstring> needles = NeedlesOf(names);
-        DWORD processIds[kMaxProcesses];
-        DWORD bytes = 0;
-        if (!EnumProcesses(processIds, sizeof(processIds), &bytes)) return false;
+void DescribeProcessExePath(DWORD processId, wchar_t (&text)[MAX_PATH]) noexcept {
+    if (!GetProcessExePath(processId, text, MAX_PATH))
+        CopyBounded(text, MAX_PATH, L"Unknown process EXE path");
+}
 
-        const DWORD access = LimitedQueryAccess();
-        const size_t count = std::min<size_t>(bytes / sizeof(DWORD), kMaxProcesses);
-        return std::any_of(processIds, processIds + count, [&](DWORD processId) {
-            wchar_t path[MAX_PATH];
-            return GetKernelImagePath(processId, access, path) && ContainsOneOf(path, needles);
-        });
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+bool FindProcessByNames(const MultiString& names) noexcept {
+    DWORD processIds[kMaxProcesses];
+    DWORD bytes = 0;
+    if (!EnumProcesses(processIds, sizeof(processIds), &bytes)) return false;
+
+    const DWORD access = LimitedQueryAccess();
+    const size_t count = std::min<size_t>(bytes / sizeof(DWORD), kMaxProcesses);
+    return std::any_of(processIds, processIds + count, [&](DWORD processId) {
+        wchar_t path[MAX_PATH];
+        return GetKernelImagePath(processId, access, path) && NamesProgram(path, names);
+    });
 }

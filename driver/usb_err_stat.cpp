@@ -85,18 +85,21 @@ void AddCounters(Report& report, const UsbErrStat_st& record) {
 
 }  // namespace
 
-DWORD QueryUsbErrStat(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, UsbErrStat_st* record) {
-    *record = {};
-    record->headerWord = kUsbErrStatHeaderWord;
-    return DoDeviceIoctl(deviceInfoSet, deviceInfoData, IOCTL_TAVIX_GetUsbErrStat, record, sizeof(*record),
-                         nullptr);
+DWORD QueryUsbErrStat(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsbErrStat_st& record) noexcept {
+    record = kBlankRecord<UsbErrStat_st>;
+    return DeviceQuery(deviceSet, device, IOCTL_TAVIX_GetUsbErrStat, record);
 }
 
-uint32_t SumUsbErrCounters(const UsbErrStat_st& record) {
+DWORD QueryUsbErrStat(const DeviceName_st& name, UsbErrStat_st& record) noexcept {
+    record = kBlankRecord<UsbErrStat_st>;
+    return DeviceQuery(name, IOCTL_TAVIX_GetUsbErrStat, record);
+}
+
+uint32_t SumUsbErrCounters(const UsbErrStat_st& record) noexcept {
     return static_cast<uint32_t>(CounterSum(record));
 }
 
-UsbErrState JudgeUsbErrStat(const UsbErrStat_st& record) {
+UsbErrState JudgeUsbErrStat(const UsbErrStat_st& record) noexcept {
     if (record.evaluate == 0 || CounterSum(record) == 0)
         return AnyRecoverAction(record.totals) ? kUsbErrPastRecovery : kUsbErrNone;
     const bool unrecovered = IsUnrecovered(record.lastInErrorTime, record.lastInRecoveredTime) ||
@@ -104,7 +107,8 @@ UsbErrState JudgeUsbErrStat(const UsbErrStat_st& record) {
     return unrecovered ? kUsbErrRecovering : kUsbErrRecovered;
 }
 
-UsbErrState FormatUsbErrStat(const UsbErrStat_st& record, uint32_t* total, wchar_t* text, int32_t textChars) {
+UsbErrState FormatUsbErrStat(const UsbErrStat_st& record, uint32_t* total, wchar_t* text,
+                             int32_t textChars) noexcept {
     Report report;
     AddOffline(report, record);
     AddLastErrors(report, record);

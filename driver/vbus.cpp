@@ -112,7 +112,9 @@ bool GetDeviceName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DeviceName_st& n
     const std::wstring_view id = BoundedText(instanceId);
     const size_t backslash = id.find(L'\\');
     if (backslash == std::wstring_view::npos) return false;
-    name = DeviceNameFromText(id.substr(backslash + 1));
+    std::wstring_view tail = id;
+    tail.remove_prefix(backslash + 1);
+    name = DeviceNameFromText(tail);
     return true;
 }
 

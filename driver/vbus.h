@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string_view>
+#include <type_traits>
 
 #include "base/win32_handle.h"
 #include "base/windows_api.h"
@@ -40,21 +41,52 @@ bool GetDeviceName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DeviceName_st& n
 DWORD VbusIoctl(HANDLE vbus, DWORD code, const void* input, DWORD inputBytes, void* output, DWORD outputBytes,
                 DWORD* bytesReturned = nullptr) noexcept;
 
-// What a reply of another length than its record counts as.
+// What a reply counts as that had to come whole and did not.
 inline constexpr DWORD kWrongReplyLength = ERROR_INVALID_DATA;
 
-// A request whose reply is one record, taken only when the driver returned it whole; untouched otherwise. The
-// reply buffer starts as a copy of `record`, for the records that the caller presets.
+// A reply that is shorter than its record counts as far as it came, the rest zero. The USB information counts
+// whole only, and so do the records that are read, changed and sent back: zeros must not overwrite settings.
+template <typename Record>
+inline constexpr bool kMustComeWhole =
+    std::is_same_v<Record, UsbdInfo_st> || std::is_same_v<Record, GlobalCfg_st> ||
+    std::is_same_v<Record, LogCfg_st>;
+
+// What the reply buffer holds before the request.
+template <typename Record>
+inline constexpr Record kBlankRecord = {};
+template <>
+inline constexpr UsbErrStat_st kBlankRecord<UsbErrStat_st> = {.headerWord = kUsbErrStatHeaderWord};
+
+// A request whose reply is one record, on an open Vbus. On failure `record` stays untouched.
 template <typename Record>
 DWORD VbusQuery(HANDLE vbus, DWORD code, const void* input, DWORD inputBytes, Record& record) noexcept {
     static_assert(kIsWireRecord<Record>);
-    Record reply = record;
+    Record reply = kBlankRecord<Record>;
     DWORD bytesReturned = 0;
     const DWORD error = VbusIoctl(vbus, code, input, inputBytes, &reply, sizeof(reply), &bytesReturned);
     if (error != ERROR_SUCCESS) return error;
-    if (bytesReturned != sizeof(reply)) return kWrongReplyLength;
+    if (kMustComeWhole<Record> && bytesReturned != sizeof(reply)) return kWrongReplyLength;
     record = reply;
     return ERROR_SUCCESS;
+}
+
+// The same for one device, opening and closing the Vbus; the device's name is the input. The name may have
+// been taken earlier (GetDeviceName), for a caller that outlives the device list.
+// ERROR_DEVICE_NOT_CONNECTED when the Vbus cannot be opened, and before anything is opened when the name is
+// empty or the device has no usable instance ID.
+template <typename Record>
+DWORD DeviceQuery(const DeviceName_st& name, DWORD code, Record& record) noexcept {
+    if (name.chars[0] == L'\0') return ERROR_DEVICE_NOT_CONNECTED;
+    const FileHandle vbus = OpenVbus();
+    if (!vbus) return ERROR_DEVICE_NOT_CONNECTED;
+    return VbusQuery(vbus.get(), code, &name, sizeof(name), record);
+}
+
+template <typename Record>
+DWORD DeviceQuery(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD code, Record& record) noexcept {
+    DeviceName_st name = {};
+    if (!GetDeviceName(deviceSet, device, name)) return ERROR_DEVICE_NOT_CONNECTED;
+    return DeviceQuery(name, code, record);
 }
 
 // Opens the Vbus, sends one request, closes. ERROR_DEVICE_NOT_CONNECTED when the Vbus cannot be opened.

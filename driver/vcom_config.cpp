@@ -8,7 +8,7 @@ namespace {
 
 UfAppErr ReadVcomCfg(HANDLE vbus, const DeviceName_st& name, VcomCfgReply_st& reply, GlobalCfg_st& global) {
     if (VbusQuery(vbus, IOCTL_TAVIX_GetVcomCfg, &name, sizeof(name), reply) != ERROR_SUCCESS) {
-        // Callers are told "bad parameter" whatever the Windows error was.
+        // Callers get "bad parameter" whatever the Windows error was.
         reply.result = UfAppErr_BadParam;
         return UfAppErr_BadParam;
     }

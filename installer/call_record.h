@@ -8,7 +8,7 @@
 
 struct CallRecord {
     DI_FUNCTION installFunction;
-    HDEVINFO deviceInfoSet;
-    SP_DEVINFO_DATA* deviceInfoData;
+    HDEVINFO deviceSet;
+    SP_DEVINFO_DATA* device;
     COINSTALLER_CONTEXT_DATA* context;
 };

@@ -6,6 +6,7 @@
 #include "driver/vbus.h"
 #include "installer/call_record.h"
 #include "installer/device_kind.h"
+#include "installer/dif_names.h"
 #include "installer/page_registration.h"
 #include "installer/property_change.h"
 #include "installer/vbus_install.h"
@@ -68,7 +69,7 @@ DWORD InstallDevice(const CallRecord& call, DeviceKind kind, const HostProcess& 
 
 // Whatever the driver says, removal goes on.
 void SendRemoveNotice(const CallRecord& call) noexcept {
-    DoDeviceIoctl(call.deviceInfoSet, call.deviceInfoData, IOCTL_TAVIX_RemoveDevice, nullptr, 0);
+    DoDeviceIoctl(call.deviceSet, call.device, IOCTL_TAVIX_RemoveDevice, nullptr, 0);
 }
 
 // Without memory for its object the page is asked for without one. An object that no page has taken is
@@ -126,11 +127,11 @@ DWORD Dispatch(const CallRecord& call, DeviceKind kind, const HostProcess& host)
 
 }  // namespace
 
-extern "C" DWORD CALLBACK TavixCoInstaller(DI_FUNCTION installFunction, HDEVINFO deviceInfoSet,
-                                           SP_DEVINFO_DATA* deviceInfoData,
+extern "C" DWORD CALLBACK TavixCoInstaller(DI_FUNCTION installFunction, HDEVINFO deviceSet,
+                                           SP_DEVINFO_DATA* device,
                                            COINSTALLER_CONTEXT_DATA* context) noexcept {
     IsolationAwareInitCommonControls();
-    const CallRecord call = {installFunction, deviceInfoSet, deviceInfoData, context};
+    const CallRecord call = {installFunction, deviceSet, device, context};
     const HostProcess host = ReadHostProcess();
-    return Dispatch(call, ClassifyDevice(deviceInfoSet, deviceInfoData), host);
+    return Dispatch(call, ClassifyDevice(deviceSet, device), host);
 }

@@ -7,6 +7,6 @@
 
 // Returns NO_ERROR, or ERROR_DI_POSTPROCESSING_REQUIRED for the first pass of installing a VCOM: what fails
 // inside must not keep the class installer from its own work.
-extern "C" DWORD CALLBACK TavixCoInstaller(DI_FUNCTION installFunction, HDEVINFO deviceInfoSet,
-                                           SP_DEVINFO_DATA* deviceInfoData,
+extern "C" DWORD CALLBACK TavixCoInstaller(DI_FUNCTION installFunction, HDEVINFO deviceSet,
+                                           SP_DEVINFO_DATA* device,
                                            COINSTALLER_CONTEXT_DATA* context) noexcept;

@@ -1,4 +1,4 @@
-// Which of the package's device nodes an installer event is for, and the words of the trace lines.
+// Which of the package's device nodes an installer event is for.
 #pragma once
 
 #include "base/windows_api.h"
@@ -13,10 +13,7 @@ enum class DeviceKind {
 };
 
 // Decides by the node's instance ID and, for a root-enumerated system device, its service name.
-DeviceKind ClassifyDevice(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData) noexcept;
+DeviceKind ClassifyDevice(HDEVINFO deviceSet, SP_DEVINFO_DATA* device) noexcept;
 
 // Four letters.
 const wchar_t* DeviceKindLabel(DeviceKind kind) noexcept;
-
-// "DIF_INSTALLDEVICE" and so on; "?????" for a code without a name.
-const wchar_t* DifName(DI_FUNCTION installFunction) noexcept;

@@ -33,21 +33,21 @@ HPROPSHEETPAGE CreatePage(WORD templateId, DLGPROC procedure, TavixProspageParam
 
 DWORD tavix_DIF_ADDPROPERTYPAGE_ADVANCED(const CallRecord& call, WORD templateId, DLGPROC procedure,
                                          std::unique_ptr<TavixProspageParam_base>& params) noexcept {
-    if (call.deviceInfoSet == nullptr) {
+    if (call.deviceSet == nullptr) {
         TraceLine(L"DIF_ADDPROPERTYPAGE_ADVANCED: DeviceInfoSet==NULL. Will do nothing.");
         return NO_ERROR;
     }
     AddPageParams sheet = {};
     sheet.ClassInstallHeader.cbSize = sizeof(sheet.ClassInstallHeader);
-    if (!SetupDiGetClassInstallParamsW(call.deviceInfoSet, call.deviceInfoData, &sheet.ClassInstallHeader,
-                                       sizeof(sheet), nullptr))
+    if (!SetupDiGetClassInstallParamsW(call.deviceSet, call.device, &sheet.ClassInstallHeader, sizeof(sheet),
+                                       nullptr))
         return NO_ERROR;
     if (sheet.NumDynamicPages >= MAX_INSTALLWIZARD_DYNAPAGES) return NO_ERROR;
 
     TraceLine(L"In tavix_DIF_ADDPROPERTYPAGE_ADVANCED(), TavixProspageParam_base @ 0x%p", params.get());
     if (params != nullptr) {
-        params->deviceInfoSet = call.deviceInfoSet;
-        params->deviceInfoData = call.deviceInfoData;
+        params->deviceInfoSet = call.deviceSet;
+        params->deviceInfoData = call.device;
     }
     const HPROPSHEETPAGE page = CreatePage(templateId, procedure, params.get());
     if (page == nullptr) return ERROR_NOT_ENOUGH_MEMORY;
@@ -56,8 +56,7 @@ DWORD tavix_DIF_ADDPROPERTYPAGE_ADVANCED(const CallRecord& call, WORD templateId
 
     sheet.DynamicPages[sheet.NumDynamicPages] = page;
     ++sheet.NumDynamicPages;
-    SetupDiSetClassInstallParamsW(call.deviceInfoSet, call.deviceInfoData, &sheet.ClassInstallHeader,
-                                  sizeof(sheet));
+    SetupDiSetClassInstallParamsW(call.deviceSet, call.device, &sheet.ClassInstallHeader, sizeof(sheet));
     return NO_ERROR;
 }
 

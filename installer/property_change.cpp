@@ -7,17 +7,17 @@ namespace {
 void MarkChangePending(const CallRecord& call) noexcept {
     SP_DEVINSTALL_PARAMS_W parameters = {};
     parameters.cbSize = sizeof(parameters);
-    if (!SetupDiGetDeviceInstallParamsW(call.deviceInfoSet, call.deviceInfoData, &parameters)) return;
+    if (!SetupDiGetDeviceInstallParamsW(call.deviceSet, call.device, &parameters)) return;
     parameters.FlagsEx |= DI_FLAGSEX_PROPCHANGE_PENDING;
-    SetupDiSetDeviceInstallParamsW(call.deviceInfoSet, call.deviceInfoData, &parameters);
+    SetupDiSetDeviceInstallParamsW(call.deviceSet, call.device, &parameters);
 }
 
 void TraceRequestedChange(const CallRecord& call) noexcept {
     SP_PROPCHANGE_PARAMS change = {};
     change.ClassInstallHeader.cbSize = sizeof(change.ClassInstallHeader);
     static_assert(sizeof(change.ClassInstallHeader) == 8 && sizeof(change) == 20);
-    if (SetupDiGetClassInstallParamsW(call.deviceInfoSet, call.deviceInfoData, &change.ClassInstallHeader,
-                                      sizeof(change), nullptr)) {
+    if (SetupDiGetClassInstallParamsW(call.deviceSet, call.device, &change.ClassInstallHeader, sizeof(change),
+                                      nullptr)) {
         TraceLine(L"SP_PROPCHANGE_PARAMS.Statechange=%d .Scope=0x%02X", change.StateChange, change.Scope);
         return;
     }

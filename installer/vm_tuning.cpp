@@ -11,8 +11,8 @@ constexpr DWORD kClearInputDelayOnVmMs = 300;
 }  // namespace
 
 bool IsVmHostProcessRunning(const wchar_t* listValueName) noexcept {
-    const auto names = ReadParamStringList(listValueName);
-    return names && FindProcessByNames(*names);
+    HeapText names;
+    return ReadParamStringList(listValueName, names) && FindProcessByNames(MultiString(names.view()));
 }
 
 VmHost DetectVmHost() noexcept {

@@ -17,7 +17,7 @@ const wchar_t kPortLegend[] =
     L"Step 2: Open Device Manager, View -> Show hidden devices, find those ghosted device nodes, Uninstall "
     L"them.\r\n";
 
-std::optional<int32_t> ParsePortNumber(const wchar_t* name) {
+std::optional<int32_t> ParsePortNumber(const wchar_t* name) noexcept {
     constexpr int32_t kLongestDigits = 9;  // what a 32-bit number always holds
     if (wcsncmp(name, L"COM", 3) != 0) return std::nullopt;
     int32_t number = 0;
@@ -30,7 +30,7 @@ std::optional<int32_t> ParsePortNumber(const wchar_t* name) {
     return number;
 }
 
-const wchar_t* PortStateMark(uint32_t state) {
+const wchar_t* PortStateMark(uint32_t state) noexcept {
     switch (state) {
         case kPortFree:
             return L"";
@@ -47,11 +47,11 @@ const wchar_t* PortStateMark(uint32_t state) {
     }
 }
 
-void FormatPortEntry(int32_t number, uint32_t state, wchar_t* text) {
+void FormatPortEntry(int32_t number, uint32_t state, wchar_t (&text)[kPortEntryChars]) noexcept {
     xfmt(text, kPortEntryChars, L"COM%d %s", number, PortStateMark(state));
 }
 
-bool MayConflict(const wchar_t* entryText) {
+bool MayConflict(const wchar_t* entryText) noexcept {
     return wcsstr(entryText, L"(-)") != nullptr || wcsstr(entryText, L"(+)") != nullptr ||
            wcsstr(entryText, L"(!)") != nullptr;
 }

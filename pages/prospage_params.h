@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "base/windows_api.h"
@@ -13,6 +12,8 @@
 
 #include "base/win32_handle.h"
 #include "driver/protocol.h"
+#include "ui/anchor_layout.h"
+#include "ui/dialog_state.h"
 #include "ui/hint_balloon.h"
 
 struct TavixProspageParam_base {
@@ -20,10 +21,6 @@ struct TavixProspageParam_base {
     TavixProspageParam_base(const TavixProspageParam_base&) = delete;
     TavixProspageParam_base& operator=(const TavixProspageParam_base&) = delete;
     virtual ~TavixProspageParam_base() = default;
-
-    // `new` is null when there is no memory, and throws nothing inside either: see base/heap_array.h.
-    static void* operator new(size_t bytes) noexcept { return malloc(bytes); }
-    static void operator delete(void* block) noexcept { free(block); }
 
     // Of the call that asked for the page, filled in just before the page is created. Borrowed: the property
     // sheet keeps both valid until it has released the page.
@@ -48,6 +45,8 @@ struct VcomProspageParams_st : TavixProspageParam_base {
     int32_t usbErrState = 0;
     wchar_t usbErrText[4000] = {};
     bool detailsVisible = false;
+    bool configShown = false;         // at least once: there are choices that can be saved
+    bool askingDefaultColor = false;  // the page's own question is on its way back to it
     std::unique_ptr<HintBalloon> hint;
     uint8_t reserved[240] = {};
 };
@@ -57,6 +56,7 @@ struct UsbdProspageParams_st : TavixProspageParam_base {
     HWND page = nullptr;
     bool timerRunning = false;
     bool mappingFailed = false;
+    bool askingDefaultColor = false;  // the page's own question is on its way back to it
     // What the log area shows: the view (see the page) and the log's file time in milliseconds since 1970.
     int32_t shownView = 0;
     int64_t shownLogTime = 0;
@@ -64,15 +64,32 @@ struct UsbdProspageParams_st : TavixProspageParam_base {
 static_assert(sizeof(UsbdProspageParams_st) == sizeof(TavixProspageParam_base) + 3 * sizeof(uint64_t));
 
 // The page fills in whatever it needs when its dialog is created.
-struct VbusProspageParams_st : TavixProspageParam_base {};
+struct VbusProspageParams_st : TavixProspageParam_base {
+    AnchorLayout layout;
+};
 
-// At WM_INITDIALOG: keeps the page's object as the dialog's user data. `initParam` is the message's lParam,
-// the page description that carries the object. A page may have been created without an object.
-void StorePageParams(HWND dialog, LPARAM initParam) noexcept;
+// Keeps the page's object as the dialog's user data. `initParam` is the lParam of WM_INITDIALOG, the page
+// description that carries the object. A page may have been created without an object.
+void StorePageParams(HWND page, LPARAM initParam) noexcept;
 
-// Null before WM_INITDIALOG and on a page without an object.
+// Null before StorePageParams, on a page without an object and when the window is gone.
 template <typename Params>
-Params* PageParams(HWND dialog) noexcept {
-    return static_cast<Params*>(
-        reinterpret_cast<TavixProspageParam_base*>(GetWindowLongPtrW(dialog, DWLP_USER)));
+Params* PageParams(HWND page) noexcept {
+    return static_cast<Params*>(DialogState<TavixProspageParam_base>(page));
 }
+
+// Sets the logging box, which every page has, from the driver.
+void ShowPageLogging(HWND page) noexcept;
+
+// What every page does first at WM_INITDIALOG: stores its object and shows the driver's logging state. Null,
+// and the driver is not asked, on a page without an object.
+template <typename Params>
+Params* InitPage(HWND page, LPARAM initParam) noexcept {
+    StorePageParams(page, initParam);
+    Params* const params = PageParams<Params>(page);
+    if (params != nullptr) ShowPageLogging(page);
+    return params;
+}
+
+// What every page does at WM_DESTROY. Its object lives on until the property sheet releases the page.
+void TracePageDestroyed(HWND page) noexcept;

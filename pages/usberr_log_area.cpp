@@ -1,16 +1,13 @@
 #include "pages/usberr_log_area.h"
 
-#include <string>
-
-#include <shellapi.h>
+#include <iterator>
 
 #include "base/message_box.h"
 #include "base/xfmt.h"
-#include "pages/control_focus.h"
-#include "pages/control_text.h"
-#include "pages/prospage_params.h"
 #include "resources/resource_ids.h"
-#include "state/usberr_log.h"
+#include "ui/dialog_controls.h"
+#include "ui/edit_text.h"
+#include "ui/open_folder.h"
 
 namespace {
 
@@ -20,48 +17,29 @@ enum View : int32_t { kViewNone = 0, kViewRecent = 1, kViewPast = 2 };
 constexpr int kLogControls[] = {
     IDC_USBD_SHOW_RECENT, IDC_USBD_SHOW_PAST, IDC_USBD_LOG_TEXT, IDC_USBD_CLEAR, IDC_USBD_SAVE_TO_FILE,
 };
+constexpr RadioGroup kViews = {IDC_USBD_SHOW_RECENT, IDC_USBD_SHOW_PAST};
+constexpr wchar_t kNoPathText[] = L"Unexpect! Error getting Usberr log filepath.";
 
-UsbdProspageParams_st* State(HWND page) {
-    return PageParams<UsbdProspageParams_st>(page);
+void ShowLogControls(HWND page, bool shown) noexcept {
+    const bool boxUsable = IsWindowEnabled(GetDlgItem(page, IDC_FILE_LOGGING)) != FALSE;
+    for (const int id : kLogControls)
+        ShowControl(page, id, shown, boxUsable ? IDC_FILE_LOGGING : IDC_USBD_STATUS);
 }
 
-bool LogPathOf(HWND page, wchar_t* path) {
-    const UsbdProspageParams_st* const state = State(page);
-    return state != nullptr && UsberrLogPath(state->deviceInfoSet, state->deviceInfoData, path);
+void CheckView(HWND page, View view) noexcept {
+    CheckRadio(page, kViews, view == kViewRecent ? 0 : 1);
 }
 
-void ShowLogControls(HWND page, bool show) {
-    for (const int id : kLogControls) {
-        const HWND control = GetDlgItem(page, id);
-        const bool shown = (GetWindowLongPtrW(control, GWL_STYLE) & WS_VISIBLE) != 0;
-        if (shown == show) continue;
-        if (!show) LeaveControl(page, id, IDC_FILE_LOGGING);
-        ShowWindow(control, show ? SW_SHOWNA : SW_HIDE);
-    }
-}
-
-void CheckView(HWND page, View view) {
-    CheckRadioButton(page, IDC_USBD_SHOW_RECENT, IDC_USBD_SHOW_PAST,
-                     view == kViewRecent ? IDC_USBD_SHOW_RECENT : IDC_USBD_SHOW_PAST);
-}
-
-void ShowSummary(HWND page, bool recent) {
+void ShowSummary(HWND page, bool recent) noexcept {
     SetControlText(
         page, IDC_USBD_STARTUP_SUMMARY,
         recent ? L"You have recent USB device startup errors." : L"You have USB startup errors in the past.");
-    if (!recent) {
-        LeaveControl(page, IDC_USBD_SHOW_RECENT, IDC_USBD_SHOW_PAST);
-        CheckView(page, kViewPast);
-    }
-    const HWND recentButton = GetDlgItem(page, IDC_USBD_SHOW_RECENT);
-    if ((IsWindowEnabled(recentButton) != FALSE) != recent) EnableWindow(recentButton, recent);
+    // Checked before it gets the focus: an unchecked radio button that gets it counts as clicked.
+    if (!recent && !IsBoxChecked(page, IDC_USBD_SHOW_PAST)) CheckView(page, kViewPast);
+    EnableControl(page, IDC_USBD_SHOW_RECENT, recent, IDC_USBD_SHOW_PAST);
 }
 
-bool IsChecked(HWND page, int radioId) {
-    return IsDlgButtonChecked(page, radioId) == BST_CHECKED;
-}
-
-View ChooseView(HWND page, UsberrRefreshMode mode, bool recent) {
+View ChooseView(HWND page, UsberrRefreshMode mode, bool recent) noexcept {
     switch (mode) {
         case kUsberrPageOpened:
             return recent ? kViewRecent : kViewPast;
@@ -72,92 +50,75 @@ View ChooseView(HWND page, UsberrRefreshMode mode, bool recent) {
         case kUsberrUpdate:
             break;
     }
-    return IsChecked(page, IDC_USBD_SHOW_RECENT) ? kViewRecent : kViewPast;
+    return IsBoxChecked(page, IDC_USBD_SHOW_RECENT) ? kViewRecent : kViewPast;
 }
 
-void ShowReadError(HWND page, UsbdProspageParams_st& state, const wchar_t* path) {
+void ShowReadError(HWND page, UsbdProspageParams_st& state, const wchar_t* path) noexcept {
     wchar_t text[kUsberrPathChars + 64];
     xfmt(text, static_cast<int32_t>(std::size(text)), L"Unexpect! Error reading logfile: '%s'", path);
     SetControlText(page, IDC_USBD_LOG_TEXT, text);
     state.shownView = kViewNone;
 }
 
-void ShowView(HWND page, UsbdProspageParams_st& state, View view, int64_t logTime, const std::wstring& tail) {
-    if (state.shownView == view && state.shownLogTime == logTime) return;
-    SetDlgItemTextW(page, IDC_USBD_LOG_TEXT, view == kViewRecent ? UsberrRecentText(tail) : tail.c_str());
+void ShowView(HWND page, UsbdProspageParams_st& state, View view, const UsberrLog& log) noexcept {
+    if (state.shownView == view && state.shownLogTime == log.times.logWritten) return;
+    const wchar_t* const tail = log.tail.c_str();
+    UpdateEditText(GetDlgItem(page, IDC_USBD_LOG_TEXT), view == kViewRecent ? UsberrRecentText(tail) : tail);
     state.shownView = view;
-    state.shownLogTime = logTime;
-}
-
-void OpenFolderOf(HWND page, const wchar_t* file) {
-    wchar_t parameters[kUsberrPathChars + 16];
-    xfmt(parameters, static_cast<int32_t>(std::size(parameters)), L"/select,%s", file);
-    SHELLEXECUTEINFOW explorer = {};
-    explorer.cbSize = sizeof(explorer);
-    explorer.hwnd = page;
-    explorer.lpFile = L"Explorer.exe";
-    explorer.lpParameters = parameters;
-    explorer.nShow = SW_SHOW;
-    ShellExecuteExW(&explorer);
+    state.shownLogTime = log.times.logWritten;
 }
 
 }  // namespace
 
-bool ReadUsberrLog(HWND page, UsberrRefreshMode mode) {
-    wchar_t path[kUsberrPathChars];
-    if (!LogPathOf(page, path)) return false;
-    UsbdProspageParams_st& state = *State(page);
-
-    const UsberrTimes times = ReadUsberrTimes(state.deviceInfoSet, state.deviceInfoData, path);
-    ShowLogControls(page, times.HasLog());
-    if (!times.HasLog()) {
+void ShowUsberrLog(HWND page, UsbdProspageParams_st& state, const UsberrLog& log,
+                   UsberrRefreshMode mode) noexcept {
+    ShowLogControls(page, log.times.HasLog());
+    if (!log.times.HasLog()) {
         SetControlText(page, IDC_USBD_STARTUP_SUMMARY, L"");
         state.shownView = kViewNone;
-        return true;
+        return;
     }
-    std::wstring tail;
-    if (!ReadUsberrTail(path, &tail)) {
-        ShowReadError(page, state, path);
-        return true;
+    if (!log.isReadable) {
+        ShowReadError(page, state, log.path);
+        return;
     }
-    const bool recent = times.AreErrorsRecent();
+    const bool recent = log.times.AreErrorsRecent();
     ShowSummary(page, recent);
     const View view = ChooseView(page, mode, recent);
     // On opening, and when the first log appears later, no radio button tells the view yet; the next update
     // keeps what this one chose.
-    const bool noneChecked = !IsChecked(page, IDC_USBD_SHOW_RECENT) && !IsChecked(page, IDC_USBD_SHOW_PAST);
-    if (mode == kUsberrPageOpened || noneChecked) CheckView(page, view);
-    ShowView(page, state, view, times.logWritten, tail);
-    return true;
+    if (mode == kUsberrPageOpened || !CheckedRadio(page, kViews).has_value()) CheckView(page, view);
+    ShowView(page, state, view, log);
 }
 
-void ClearUsberrLog(HWND page) {
-    if (AskYesNo(page, L"Delete all USB error messages for this USB device?") != IDYES) return;
-    if (State(page) == nullptr) return;  // the sheet was closed meanwhile
+bool ClearUsberrLog(HWND page) noexcept {
+    if (AskYesNo(page, L"Delete all USB error messages for this USB device?") != IDYES) return false;
+    const auto* const state = PageParams<UsbdProspageParams_st>(page);
+    if (state == nullptr) return false;  // the sheet was closed meanwhile
     wchar_t path[kUsberrPathChars];
-    if (!LogPathOf(page, path)) {
-        MsgBoxKind(nullptr, kMessageError, page, L"Unexpect! Error getting Usberr log filepath.");
-        return;
+    if (!UsberrLogPath(state->deviceInfoSet, state->deviceInfoData, path)) {
+        ErrorBox(page, L"%s", kNoPathText);
+        return false;
     }
-    DeleteUsberrLog(path);
-    ReadUsberrLog(page, kUsberrUpdate);
+    const DWORD error = DeleteUsberrLog(path);
+    if (error == ERROR_SUCCESS || error == ERROR_FILE_NOT_FOUND) return true;
+    ErrorBox(page, L"Fail to delete \n\n%s\n\nWinErr=%d", path, error);
+    return false;
 }
 
-void SaveUsberrLog(HWND page) {
-    if (State(page) == nullptr) return;
-    ReadUsberrLog(page, kUsberrBeforeSaving);
+void SaveUsberrLog(HWND page, const UsbdProspageParams_st& state) noexcept {
     wchar_t source[kUsberrPathChars];
     wchar_t destination[kUsberrPathChars];
     SYSTEMTIME now;
     GetLocalTime(&now);
-    if (!LogPathOf(page, source) || !UsberrSavePath(source, now, destination)) {
-        MsgBoxKind(nullptr, kMessageError, page, L"Unexpect! Error getting Usberr log filepath.");
+    if (!UsberrLogPath(state.deviceInfoSet, state.deviceInfoData, source) ||
+        !UsberrSavePath(source, now, destination)) {
+        ErrorBox(page, L"%s", kNoPathText);
         return;
     }
     const DWORD error = CopyUsberrLog(source, destination);
     if (error != ERROR_SUCCESS) {
-        MsgBoxKind(nullptr, kMessageError, page, L"Fail to copy \n\n%s\n\nto\n\n%s\n\nWinErr=%d", source,
-                   destination, error);
+        ErrorBox(page, L"Fail to copy \n\n%s\n\nto\n\n%s\n\nWinErr=%d", source, destination, error);
         return;
     }
     if (AskYesNo(page, L"Logfile saved to:\n\n%s\n\nOpen that folder?", destination) == IDYES)

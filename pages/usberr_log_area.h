@@ -4,6 +4,9 @@
 
 #include "base/windows_api.h"
 
+#include "pages/prospage_params.h"
+#include "state/usberr_log.h"
+
 // Why the area is brought up to date.
 enum UsberrRefreshMode : int {
     kUsberrPageOpened = 0,  // shows the recent errors when there are any
@@ -12,12 +15,13 @@ enum UsberrRefreshMode : int {
     kUsberrUpdate = 3,        // by the timer or a radio button: the view that is checked
 };
 
-// Brings the area up to date; the text stays untouched, and so does its scroll position, while neither the
-// view nor the log has changed. False when the log's path is unknown.
-bool ReadUsberrLog(HWND page, UsberrRefreshMode mode);
+// Brings the area up to date with what was read of the log. The text stays untouched while neither the view
+// nor the log's file time has changed; a text that continues the shown one leaves the reader's place alone.
+void ShowUsberrLog(HWND page, UsbdProspageParams_st& state, const UsberrLog& log,
+                   UsberrRefreshMode mode) noexcept;
 
-// Deletes the log after a question.
-void ClearUsberrLog(HWND page);
+// Deletes the log after a question. True when it did; otherwise the page may be gone.
+bool ClearUsberrLog(HWND page) noexcept;
 
-// Copies the log to the user's profile folder and offers to open that folder.
-void SaveUsberrLog(HWND page);
+// Copies the log to the user's profile folder and offers to open that folder; the page may then be gone.
+void SaveUsberrLog(HWND page, const UsbdProspageParams_st& state) noexcept;

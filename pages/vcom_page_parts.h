@@ -1,13 +1,19 @@
-// What the files of the VCOM page share. Every function takes the page's window and finds the page's object
-// by it, so that a handler goes on safely after a message box during which the sheet was closed.
+// What the files of the VCOM page share. The page's object is handed on by reference; after a message loop (a
+// box, a menu, a dialog) it is fetched again, because the sheet may have been closed meanwhile.
 #pragma once
 
 #include "base/windows_api.h"
 
+#include "driver/vcom_snapshot.h"
 #include "pages/prospage_params.h"
+#include "resources/resource_ids.h"
+#include "ui/dialog_controls.h"
 
 inline constexpr UINT_PTR kVcomTimer = 51;
 inline constexpr UINT kVcomTimerMs = 1000;
+
+inline constexpr RadioGroup kLifemodeRadios = {IDC_VCOM_LIFEMODE_TEMPORAL, IDC_VCOM_LIFEMODE_PERSISTENT};
+inline constexpr RadioGroup kBindModeRadios = {IDC_VCOM_BIND_SEQUENTIAL, IDC_VCOM_BIND_USB_PORT};
 
 // Null when the window is gone or the page has no object.
 inline VcomProspageParams_st* VcomState(HWND page) noexcept {
@@ -15,29 +21,31 @@ inline VcomProspageParams_st* VcomState(HWND page) noexcept {
 }
 
 // vcom_page.cpp
-void StartVcomTimer(HWND page);
-void StopVcomTimer(HWND page);
+void StartVcomTimer(HWND page, VcomProspageParams_st& state) noexcept;
+void StopVcomTimer(HWND page, VcomProspageParams_st& state) noexcept;
 
-// vcom_page_refresh.cpp: everything the page shows, from the driver. False when the friendly name could not
-// be read, which ends the page's regular updates.
-bool RefreshVcomPage(HWND page);
-// The friendly name alone. On failure the controls are disabled, the timer stops and an error is shown.
-bool ShowVcomFriendlyName(HWND page);
+// vcom_page_refresh.cpp: reads all that the page shows, shows it, and reports what failed. Returns the page's
+// object, or null when the friendly name could not be read, which ends the page's regular updates, and when
+// the page was closed during the report.
+VcomProspageParams_st* RefreshVcomPage(HWND page, VcomProspageParams_st& state) noexcept;
+// The friendly name alone. False when there is none; that is reported, and `state` may be gone then.
+bool ShowVcomName(HWND page, VcomProspageParams_st& state, const VcomName& name) noexcept;
 
 // vcom_page_save.cpp
-// False when the user does not want the selected name after all.
-bool ConfirmPortName(HWND page);
-void SaveVcomSettings(HWND page);
-void OnSaveClicked(HWND page);
-void OnDefaultClicked(HWND page);
+void OnSaveClicked(HWND page, VcomProspageParams_st& state) noexcept;
+void OnDefaultClicked(HWND page, VcomProspageParams_st& state) noexcept;
+// PSN_APPLY and PSN_KILLACTIVE; these return the result of the notification.
+LONG_PTR OnApply(HWND page, VcomProspageParams_st& state) noexcept;
+LONG_PTR OnKillActive(HWND page) noexcept;
 
 // vcom_page_usb_errors.cpp
-void ShowUsbErrorStatus(HWND page);
-void ShowUsbErrorDetailsButton(HWND page, bool visible);
-void OnUsbErrorDetailsClicked(HWND page);
+void ShowUsbErrorStatus(HWND page, VcomProspageParams_st& state) noexcept;
+void ShowUsbErrorDetailsButton(HWND page, VcomProspageParams_st& state, bool visible) noexcept;
+void OnUsbErrorDetailsClicked(HWND page, VcomProspageParams_st& state) noexcept;
 
-// vcom_page_opener.cpp
-void OnWhoOpenedClicked(HWND page);
+// vcom_page_diagnosis.cpp
+void OnWhoOpenedClicked(HWND page, VcomProspageParams_st& state) noexcept;
+void ShowUsbdInfo(HWND page, VcomProspageParams_st& state) noexcept;
 
-// vcom_page_usbd_info.cpp
-void ShowUsbdInfo(HWND page);
+// vcom_page_tools.cpp
+void OnToolsClicked(HWND page, VcomProspageParams_st& state) noexcept;

@@ -3,17 +3,10 @@
 #include "base/message_box.h"
 #include "base/os_version.h"
 #include "base/xfmt.h"
-#include "driver/device_info.h"
-#include "driver/driver_info.h"
 #include "driver/error_names.h"
-#include "driver/vbus.h"
-#include "driver/vcom_config.h"
-#include "pages/control_focus.h"
-#include "pages/control_text.h"
+#include "driver/messages.h"
 #include "pages/port_names.h"
 #include "pages/vcom_page_parts.h"
-#include "resources/resource_ids.h"
-#include "tools/file_logging.h"
 
 namespace {
 
@@ -36,133 +29,104 @@ constexpr int kConfigControls[] = {
     IDC_VCOM_MORE_GLOBALS,
 };
 
-void Disable(HWND page, int controlId) {
-    LeaveControl(page, controlId, IDC_VCOM_REFRESH);
-    EnableWindow(GetDlgItem(page, controlId), FALSE);
+void Disable(HWND page, int controlId) noexcept {
+    EnableControl(page, controlId, false, IDC_VCOM_REFRESH);
 }
 
-void DisableConfigControls(HWND page) {
-    for (const int id : kConfigControls)
-        Disable(page, id);
+void EnableConfigControls(HWND page, bool enabled) noexcept {
+    EnableControls(page, kConfigControls, enabled, IDC_VCOM_REFRESH);
 }
 
-void EnableConfigControls(HWND page) {
-    for (const int id : kConfigControls)
-        EnableWindow(GetDlgItem(page, id), TRUE);
-}
-
-void SetNotPlugged(HWND page, uint8_t reason, bool notPlugged) {
-    VcomProspageParams_st* const state = VcomState(page);
-    const uint8_t before = state->notPlugged;
-    state->notPlugged = static_cast<uint8_t>(notPlugged ? before | reason : before & ~reason);
-    if ((before != 0) != (state->notPlugged != 0))
+void SetNotPlugged(HWND page, VcomProspageParams_st& state, uint8_t reason, bool notPlugged) noexcept {
+    const uint8_t before = state.notPlugged;
+    state.notPlugged = static_cast<uint8_t>(notPlugged ? before | reason : before & ~reason);
+    if ((before != 0) != (state.notPlugged != 0))
         InvalidateRect(GetDlgItem(page, IDC_VCOM_FRIENDLY_NAME), nullptr, TRUE);
 }
 
-void ShowUnusable(HWND page) {
-    DisableConfigControls(page);
-    SetNotPlugged(page, kNotPluggedNoDriver, true);
-}
-
-// False when the Vbus cannot be opened.
-bool ShowDriverVersion(HWND page) {
-    wchar_t version[kDriverVersionTextChars];
-    DWORD error = 0;
-    if (GetDriverVersionText(nullptr, version, &error)) {
-        SetControlText(page, IDC_VCOM_DRIVER_VERSION, version);
-        return true;
-    }
-    SetControlText(page, IDC_VCOM_DRIVER_VERSION, L"[TAVIX]");
-    ShowUnusable(page);
-    if (error == ERROR_NOT_READY)
-        MsgBoxKind(nullptr, kMessageError, page, L"TAVIX VBus not ready yet.");
-    else
-        MsgBoxKind(nullptr, kMessageError, page, L"Cannot open TAVIX VBus. WinErr=%d(%s)", error,
-                   WinErrName(error));
-    return false;
-}
-
 // The list's position of the name in use, -1 when it is none of the list's.
-int32_t SelectionOf(const wchar_t* portName) {
+int32_t SelectionOf(const wchar_t* portName) noexcept {
     const auto number = ParsePortNumber(portName);
     const bool listed = number.has_value() && *number >= 1 && *number <= static_cast<int32_t>(kPortNameCount);
     return listed ? *number - 1 : -1;
 }
 
-void FillPortList(HWND page, const VcomCfgReply_st& config, const wchar_t* portName) {
-    const HWND list = GetDlgItem(page, IDC_VCOM_PORT_NAME);
-    SendMessageW(list, WM_SETREDRAW, FALSE, 0);
-    SendMessageW(list, CB_RESETCONTENT, 0, 0);
+bool AddPortEntries(HWND list, const VcomCfgReply_st& config) noexcept {
     for (size_t entry = 0; entry < kPortNameCount; ++entry) {
         wchar_t text[kPortEntryChars];
         FormatPortEntry(static_cast<int32_t>(entry) + 1, config.portStates[entry], text);
-        SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text));
+        if (SendMessageW(list, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(text)) < 0) return false;
     }
-    SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(SelectionOf(portName)), 0);
+    return true;
+}
+
+// A list with a hole would select and save a neighbor of the port: then it stays empty.
+void FillPortList(HWND page, const VcomCfgReply_st& config, const wchar_t* portName) noexcept {
+    const HWND list = GetDlgItem(page, IDC_VCOM_PORT_NAME);
+    SendMessageW(list, WM_SETREDRAW, FALSE, 0);
+    SendMessageW(list, CB_RESETCONTENT, 0, 0);
+    if (AddPortEntries(list, config))
+        SendMessageW(list, CB_SETCURSEL, static_cast<WPARAM>(SelectionOf(portName)), 0);
+    else
+        SendMessageW(list, CB_RESETCONTENT, 0, 0);
     SendMessageW(list, WM_SETREDRAW, TRUE, 0);
     InvalidateRect(list, nullptr, TRUE);
 }
 
-// A value that the radios do not offer leaves all of them unchecked.
-void CheckRadio(HWND page, int firstId, int lastId, uint32_t value) {
-    for (int id = firstId; id <= lastId; ++id) {
-        const bool checked = static_cast<uint32_t>(id - firstId) == value;
-        CheckDlgButton(page, id, checked ? BST_CHECKED : BST_UNCHECKED);
-    }
-}
-
-void ShowConfig(HWND page, const VcomCfgReply_st& config, const GlobalCfg_st& global) {
-    VcomProspageParams_st& state = *VcomState(page);
-    CopyBounded(state.portName, std::size(state.portName), BoundedText(config.portName));
-    FillPortList(page, config, state.portName);
-    CheckRadio(page, IDC_VCOM_LIFEMODE_TEMPORAL, IDC_VCOM_LIFEMODE_PERSISTENT, config.lifemode);
-    CheckDlgButton(page, IDC_VCOM_SERIAL_IN_NAMES,
-                   global.serialNumberOnNames != 0 ? BST_CHECKED : BST_UNCHECKED);
-    CheckRadio(page, IDC_VCOM_BIND_SEQUENTIAL, IDC_VCOM_BIND_USB_PORT, global.bindMode);
+void ShowConfig(HWND page, VcomProspageParams_st& state, const VcomSnapshot& shown) noexcept {
+    EnableConfigControls(page, true);
+    if (shown.readOnly) Disable(page, IDC_VCOM_SAVE);
+    CheckBox(page, IDC_FILE_LOGGING, shown.fileLogging);
+    CopyBounded(state.portName, std::size(state.portName), BoundedText(shown.config.portName));
+    FillPortList(page, shown.config, state.portName);
+    CheckRadio(page, kLifemodeRadios, shown.config.lifemode);
+    CheckBox(page, IDC_VCOM_SERIAL_IN_NAMES, shown.global.serialNumberOnNames != 0);
+    CheckRadio(page, kBindModeRadios, shown.global.bindMode);
     if (IsPreVistaOs()) Disable(page, IDC_VCOM_BIND_USB_PORT);
+    state.configShown = true;
 }
 
-void RefreshConfig(HWND page) {
-    const VcomProspageParams_st& state = *VcomState(page);
-    VcomCfgReply_st config = {};
-    GlobalCfg_st global = {};
-    const uint32_t error = tavo_GetVcomCfg(state.deviceInfoSet, state.deviceInfoData, config, global);
-    ShowFileLoggingState(page, IDC_FILE_LOGGING);
-    if (error != UfAppErr_Success) {
-        ShowUnusable(page);
-        MsgBoxKind(nullptr, kMessageError, page, L"Error in tavo_GetVcomCfg(). UfAppErr=%d(%s).", error,
-                   UfAppErrName(error));
-        return;
-    }
-    EnableConfigControls(page);
-    if (IsVbusReadOnly()) Disable(page, IDC_VCOM_SAVE);
-    ShowConfig(page, config, global);
+bool IsUsable(const VcomSnapshot& shown) noexcept {
+    return shown.openError == ERROR_SUCCESS && shown.configError == UfAppErr_Success;
+}
+
+void ReportUnusable(HWND page, const VcomSnapshot& shown) noexcept {
+    if (shown.openError == ERROR_SUCCESS)
+        ReportUfAppErr(page, L"tavo_GetVcomCfg", shown.configError);
+    else if (shown.openError == ERROR_NOT_READY)
+        ErrorBox(page, L"TAVIX VBus not ready yet.");
+    else
+        ErrorBox(page, L"Cannot open TAVIX VBus. WinErr=%d(%s)", shown.openError,
+                 WinErrName(shown.openError));
 }
 
 }  // namespace
 
-bool ShowVcomFriendlyName(HWND page) {
-    VcomProspageParams_st* const state = VcomState(page);
-    if (state == nullptr) return false;
-    const bool present = GetDevNodeStatus(*state->deviceInfoData);
-    SetNotPlugged(page, kNotPluggedAbsent, !present);
-
-    wchar_t name[kFriendlyNameChars];
-    if (!GetDeviceFriendlyName(state->deviceInfoSet, state->deviceInfoData, name)) {
-        DisableConfigControls(page);
-        StopVcomTimer(page);
-        MsgBoxKind(nullptr, kMessageError, page, L"Error fetching device friendly name!");
+bool ShowVcomName(HWND page, VcomProspageParams_st& state, const VcomName& name) noexcept {
+    SetNotPlugged(page, state, kNotPluggedAbsent, !name.present);
+    if (!name.known) {
+        EnableConfigControls(page, false);
+        StopVcomTimer(page, state);
+        ErrorBox(page, L"Error fetching device friendly name!");
         return false;
     }
-    wchar_t shown[kFriendlyNameChars + 24];
-    xfmt(shown, static_cast<int32_t>(std::size(shown)), L"%s%s", name, present ? L"" : L" -- Not Plugged In");
-    SetControlText(page, IDC_VCOM_FRIENDLY_NAME, shown);
+    wchar_t text[kFriendlyNameChars + 24];
+    xfmt(text, static_cast<int32_t>(std::size(text)), L"%s%s", name.text,
+         name.present ? L"" : L" -- Not Plugged In");
+    SetControlText(page, IDC_VCOM_FRIENDLY_NAME, text);
     return true;
 }
 
-bool RefreshVcomPage(HWND page) {
-    if (!ShowVcomFriendlyName(page)) return false;
-    SetNotPlugged(page, kNotPluggedNoDriver, false);
-    if (ShowDriverVersion(page)) RefreshConfig(page);
-    return true;
+VcomProspageParams_st* RefreshVcomPage(HWND page, VcomProspageParams_st& state) noexcept {
+    const VcomSnapshot shown = ReadVcomSnapshot(state.deviceInfoSet, state.deviceInfoData);
+    if (!ShowVcomName(page, state, shown.name)) return nullptr;
+    SetControlText(page, IDC_VCOM_DRIVER_VERSION, shown.version);
+    SetNotPlugged(page, state, kNotPluggedNoDriver, !IsUsable(shown));
+    if (IsUsable(shown)) {
+        ShowConfig(page, state, shown);
+        return &state;
+    }
+    EnableConfigControls(page, false);
+    ReportUnusable(page, shown);
+    return VcomState(page);
 }

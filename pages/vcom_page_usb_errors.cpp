@@ -4,10 +4,8 @@
 #include "driver/error_names.h"
 #include "driver/messages.h"
 #include "driver/usb_err_stat.h"
-#include "pages/control_focus.h"
-#include "pages/control_text.h"
+#include "driver/vbus.h"
 #include "pages/vcom_page_parts.h"
-#include "resources/resource_ids.h"
 #include "ui/info_box.h"
 
 namespace {
@@ -16,10 +14,6 @@ constexpr wchar_t kDetailsTitle[] = L"USB error details";
 constexpr int32_t kLineChars = 80;
 constexpr int32_t kReportChars = 2000;
 constexpr int32_t kDetailsRefreshMs = 2000;
-
-void ShowLine(HWND page, const wchar_t* text) {
-    SetControlText(page, IDC_VCOM_USB_ERROR_LINE, text);
-}
 
 // The line's background follows the state, so a change of it has to be painted.
 void SetErrorState(HWND page, VcomProspageParams_st& state, int32_t errorState) {
@@ -52,18 +46,13 @@ void FormatLine(const UsbErrStat_st& record, UsbErrState errorState, uint32_t to
     }
 }
 
-// What the details box queries; a copy, because a detached box may outlive the page.
-struct DetailsSource {
-    HDEVINFO deviceInfoSet;
-    SP_DEVINFO_DATA deviceInfoData;
-};
-
+// The box knows its device by name, because a detached one may outlive the page and its device list.
 uint32_t RefreshDetails(void* context, FlexiInfoEvent* event, wchar_t* text, uint32_t textChars) noexcept {
     if (event->reason == kReasonOk || event->reason == kReasonCancel) return FIR_NoChange;
-    auto* const source = static_cast<DetailsSource*>(context);
+    const auto& device = *static_cast<const DeviceName_st*>(context);
     const int32_t chars = static_cast<int32_t>(textChars);
     UsbErrStat_st record;
-    const DWORD error = QueryUsbErrStat(source->deviceInfoSet, &source->deviceInfoData, &record);
+    const DWORD error = QueryUsbErrStat(device, record);
     if (error == ERROR_SUCCESS) {
         FormatUsbErrStat(record, nullptr, text, chars);
         return FIR_NormalIcon;
@@ -75,15 +64,16 @@ uint32_t RefreshDetails(void* context, FlexiInfoEvent* event, wchar_t* text, uin
     return FIR_AlertIcon;
 }
 
-void ShowDetailsBox(HWND page, const VcomProspageParams_st& state, bool detached) {
-    DetailsSource source = {state.deviceInfoSet, *state.deviceInfoData};
+void ShowDetailsBox(HWND page, const VcomProspageParams_st& state, bool detached) noexcept {
+    DeviceName_st device = {};  // stays empty when there is none: its flowpath is lost
+    GetDeviceName(state.deviceInfoSet, state.deviceInfoData, device);
     wchar_t text[kReportChars] = {};
     FlexiInfoParams params = {};
     params.cbSize = sizeof(params);
     params.title = kDetailsTitle;
     params.okText = L"Close";
     params.refreshProc = RefreshDetails;
-    params.refreshContext = &source;
+    params.refreshContext = &device;
     params.textBufferChars = kReportChars;
     params.autoRefreshAtStart = 1;
     params.autoRefreshMs = kDetailsRefreshMs;
@@ -93,40 +83,33 @@ void ShowDetailsBox(HWND page, const VcomProspageParams_st& state, bool detached
 
 }  // namespace
 
-void ShowUsbErrorStatus(HWND page) {
-    VcomProspageParams_st* const state = VcomState(page);
-    if (state == nullptr) return;
+void ShowUsbErrorStatus(HWND page, VcomProspageParams_st& state) noexcept {
     UsbErrStat_st record;
     wchar_t line[kLineChars];
-    const DWORD error = QueryUsbErrStat(state->deviceInfoSet, state->deviceInfoData, &record);
-    StoreRecord(page, *state, record);
+    const DWORD error = QueryUsbErrStat(state.deviceInfoSet, state.deviceInfoData, record);
+    StoreRecord(page, state, record);
     if (error != ERROR_SUCCESS) {
         xfmt(line, kLineChars, L"%s(%d)", WinErrName(error), error);
-        SetErrorState(page, *state, kUsbErrNone);
-        ShowUsbErrorDetailsButton(page, false);
+        SetErrorState(page, state, kUsbErrNone);
+        ShowUsbErrorDetailsButton(page, state, false);
     } else {
         uint32_t total = 0;
-        const UsbErrState errorState = FormatUsbErrStat(record, &total, state->usbErrText, kReportChars);
+        const UsbErrState errorState = FormatUsbErrStat(record, &total, state.usbErrText, kReportChars);
         FormatLine(record, errorState, total, line);
-        SetErrorState(page, *state, errorState);
-        ShowUsbErrorDetailsButton(page, errorState != kUsbErrNone);
+        SetErrorState(page, state, errorState);
+        ShowUsbErrorDetailsButton(page, state, errorState != kUsbErrNone);
     }
-    ShowLine(page, line);
+    SetControlText(page, IDC_VCOM_USB_ERROR_LINE, line);
 }
 
-void ShowUsbErrorDetailsButton(HWND page, bool visible) {
-    VcomProspageParams_st* const state = VcomState(page);
-    if (state == nullptr || state->detailsVisible == visible) return;
-    state->detailsVisible = visible;
-    if (!visible) LeaveControl(page, IDC_VCOM_USB_ERROR_DETAILS, IDC_VCOM_REFRESH);
-    ShowWindow(GetDlgItem(page, IDC_VCOM_USB_ERROR_DETAILS), visible ? SW_SHOWNA : SW_HIDE);
+void ShowUsbErrorDetailsButton(HWND page, VcomProspageParams_st& state, bool visible) noexcept {
+    state.detailsVisible = visible;
+    ShowControl(page, IDC_VCOM_USB_ERROR_DETAILS, visible, IDC_VCOM_REFRESH);
 }
 
-void OnUsbErrorDetailsClicked(HWND page) {
-    const VcomProspageParams_st* const state = VcomState(page);
-    if (state == nullptr) return;
-    if (GetKeyState(VK_MENU) < 0)
-        MsgBoxFmt(kDetailsTitle, MB_OK, page, L"%s", state->usbErrText);
+void OnUsbErrorDetailsClicked(HWND page, VcomProspageParams_st& state) noexcept {
+    if (IsKeyHeld(VK_MENU))
+        MsgBoxFmt(kDetailsTitle, MB_OK, page, L"%s", state.usbErrText);
     else
-        ShowDetailsBox(page, *state, GetKeyState(VK_CONTROL) < 0);
+        ShowDetailsBox(page, state, IsKeyHeld(VK_CONTROL));
 }

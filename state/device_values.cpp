@@ -41,6 +41,6 @@ wchar_t* ReadDevString(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD keyTyp
     RegValue value;
     if (ReadDevRegValue(deviceSet, device, keyType, name, value) != ERROR_SUCCESS) return nullptr;
     if (value.type != REG_SZ || bufferChars == 0) return nullptr;
-    CopyBounded(buffer, bufferChars, value.text);
+    CopyBounded(buffer, bufferChars, value.text.view());
     return buffer;
 }

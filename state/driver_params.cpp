@@ -15,10 +15,20 @@ DWORD WriteParamDword(const wchar_t* name, DWORD number) noexcept {
     return WriteRegValue(HKEY_LOCAL_MACHINE, kDriverParametersKey, name, RegValue::Dword(number), false);
 }
 
-std::optional<std::vector<std::wstring>> ReadParamStringList(const wchar_t* name) noexcept {
+DWORD WriteParamQword(const wchar_t* name, uint64_t number) noexcept {
+    return WriteRegValue(HKEY_LOCAL_MACHINE, kDriverParametersKey, name, RegValue::Qword(number), false);
+}
+
+DWORD WriteParamText(const wchar_t* name, const wchar_t* text) noexcept {
     RegValue value;
-    if (ReadRegValue(HKEY_LOCAL_MACHINE, kDriverParametersKey, name, value) != ERROR_SUCCESS)
-        return std::nullopt;
-    if (value.type != REG_MULTI_SZ) return std::nullopt;
-    return std::move(value.list);
+    if (!value.SetString(text)) return ERROR_NOT_ENOUGH_MEMORY;
+    return WriteRegValue(HKEY_LOCAL_MACHINE, kDriverParametersKey, name, value, false);
+}
+
+bool ReadParamStringList(const wchar_t* name, HeapText& list) noexcept {
+    RegValue value;
+    if (ReadRegValue(HKEY_LOCAL_MACHINE, kDriverParametersKey, name, value) != ERROR_SUCCESS) return false;
+    if (value.type != REG_MULTI_SZ) return false;
+    list = std::move(value.list);
+    return true;
 }

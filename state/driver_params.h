@@ -2,10 +2,9 @@
 // it.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
+#include <cstdint>
 
+#include "base/heap_text.h"
 #include "base/windows_api.h"
 
 // Below HKEY_LOCAL_MACHINE.
@@ -28,8 +27,12 @@ inline constexpr DWORD kVcomLifemodeDefault = 1;
 // The default also answers for a value of another type, so that a stray string never becomes a setting.
 DWORD ReadParamDword(const wchar_t* name, DWORD defaultNumber) noexcept;
 
-// Returns the code of WriteRegValue: 3 (ERROR_PATH_NOT_FOUND) when the key is missing or not ours to write.
+// Return the code of WriteRegValue: 3 (ERROR_PATH_NOT_FOUND) when the key is missing or not ours to write,
+// 8 (ERROR_NOT_ENOUGH_MEMORY) for a text that needs more memory than there is.
 DWORD WriteParamDword(const wchar_t* name, DWORD number) noexcept;
+DWORD WriteParamQword(const wchar_t* name, uint64_t number) noexcept;
+DWORD WriteParamText(const wchar_t* name, const wchar_t* text) noexcept;
 
-// Nothing when the value is missing or not REG_MULTI_SZ.
-std::optional<std::vector<std::wstring>> ReadParamStringList(const wchar_t* name) noexcept;
+// Reads the block of a list, which a MultiString walks. False, with `list` untouched, when the value is
+// missing or not REG_MULTI_SZ.
+bool ReadParamStringList(const wchar_t* name, HeapText& list) noexcept;

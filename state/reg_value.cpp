@@ -1,54 +1,61 @@
 #include "state/reg_value.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
-#include <new>
-#include <string_view>
 #include <utility>
 
 #include "base/bounded_text.h"
-#include "base/can_throw.h"
+#include "base/multi_string.h"
 
 namespace {
 
 // STATUS_NO_MEMORY: the one NT status among these results, as callers expect it.
 constexpr DWORD kNoMemory = 0xC0000017;
 
-// The bytes may stand at an odd address, so characters are copied out.
-std::wstring CharactersOf(const BYTE* data, size_t dataBytes) {
-    std::wstring characters(dataBytes / sizeof(wchar_t), L'\0');
-    if (!characters.empty()) std::memcpy(characters.data(), data, characters.size() * sizeof(wchar_t));
-    return characters;
-}
-
-std::vector<std::wstring> SplitList(std::wstring_view characters) {
-    std::vector<std::wstring> list;
-    while (!characters.empty()) {
-        const std::wstring_view item = BoundedText(characters.data(), characters.size());
-        if (item.empty()) break;
-        list.emplace_back(item);
-        characters.remove_prefix(std::min(item.size() + 1, characters.size()));
-    }
-    return list;
-}
-
 template <typename Number>
-bool DecodeNumber(const BYTE* data, size_t dataBytes, Number& number) {
-    if (dataBytes != sizeof(number)) return false;
+DWORD DecodeNumber(const BYTE* data, size_t dataBytes, Number& number) noexcept {
+    if (dataBytes != sizeof(number)) return ERROR_INVALID_DATA;
     std::memcpy(&number, data, sizeof(number));
-    return true;
+    return ERROR_SUCCESS;
 }
 
-std::vector<wchar_t> JoinList(const std::vector<std::wstring>& list) {
-    size_t chars = 1;
-    for (const std::wstring& item : list)
+// The bytes may stand at an odd address, so characters are copied out.
+DWORD DecodeCharacters(const BYTE* data, size_t dataBytes, HeapText& characters) noexcept {
+    const size_t chars = dataBytes / sizeof(wchar_t);
+    if (!characters.Resize(chars)) return ERROR_NOT_ENOUGH_MEMORY;
+    if (chars != 0) std::memcpy(characters.data(), data, chars * sizeof(wchar_t));
+    return ERROR_SUCCESS;
+}
+
+DWORD DecodeText(const BYTE* data, size_t dataBytes, HeapText& text) noexcept {
+    const DWORD error = DecodeCharacters(data, dataBytes, text);
+    if (error != ERROR_SUCCESS) return error;
+    const size_t chars = BoundedText(text.data(), text.size()).size();
+    return text.Resize(chars) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+}
+
+// Without the end of the list, and with a NUL for a last item that had none.
+DWORD DecodeList(const BYTE* data, size_t dataBytes, HeapText& list) noexcept {
+    const DWORD error = DecodeCharacters(data, dataBytes, list);
+    if (error != ERROR_SUCCESS) return error;
+    size_t chars = 0;
+    for (const std::wstring_view item : MultiString(list.view()))
         chars += item.size() + 1;
-    std::vector<wchar_t> joined;
-    joined.reserve(chars);
-    for (const std::wstring& item : list)
-        joined.insert(joined.end(), item.c_str(), item.c_str() + item.size() + 1);
-    joined.push_back(L'\0');
-    return joined;
+    return list.Resize(chars) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+}
+
+DWORD DecodeBytes(const BYTE* data, size_t dataBytes, HeapArray<BYTE>& bytes) noexcept {
+    if (!bytes.Resize(dataBytes)) return ERROR_NOT_ENOUGH_MEMORY;
+    if (dataBytes != 0) std::memcpy(bytes.data(), data, dataBytes);
+    return ERROR_SUCCESS;
+}
+
+// The items and the end of the list. False without memory.
+bool EncodeList(const HeapText& list, HeapArray<wchar_t>& encoded) noexcept {
+    if (!encoded.Resize(list.size() + 1)) return false;
+    *std::copy_n(list.c_str(), list.size(), encoded.data()) = L'\0';
+    return true;
 }
 
 DWORD SetData(EncodedRegValue& encoded, DWORD type, const void* data, size_t dataBytes) noexcept {
@@ -61,51 +68,52 @@ DWORD SetData(EncodedRegValue& encoded, DWORD type, const void* data, size_t dat
 
 }  // namespace
 
-RegValue RegValue::Dword(uint32_t number) {
+RegValue RegValue::Dword(uint32_t number) noexcept {
     RegValue value;
     value.type = REG_DWORD;
     value.number32 = number;
     return value;
 }
 
-RegValue RegValue::Qword(uint64_t number) {
+RegValue RegValue::Qword(uint64_t number) noexcept {
     RegValue value;
     value.type = REG_QWORD;
     value.number64 = number;
     return value;
 }
 
-RegValue RegValue::String(std::wstring text) {
+bool RegValue::SetString(std::wstring_view newText) noexcept {
     RegValue value;
     value.type = REG_SZ;
-    value.text = std::move(text);
-    return value;
+    if (!value.text.Assign(newText)) return false;
+    *this = std::move(value);
+    return true;
 }
 
-bool DecodeRegValue(DWORD type, const BYTE* data, size_t dataBytes, RegValue& value) {
+DWORD DecodeRegValue(DWORD type, const BYTE* data, size_t dataBytes, RegValue& value) noexcept {
     RegValue decoded;
     decoded.type = type;
+    DWORD error = ERROR_SUCCESS;
     switch (type) {
         case REG_DWORD:
-            if (!DecodeNumber(data, dataBytes, decoded.number32)) return false;
+            error = DecodeNumber(data, dataBytes, decoded.number32);
             break;
         case REG_QWORD:
-            if (!DecodeNumber(data, dataBytes, decoded.number64)) return false;
+            error = DecodeNumber(data, dataBytes, decoded.number64);
             break;
         case REG_SZ:
         case REG_EXPAND_SZ:
-            decoded.text = CharactersOf(data, dataBytes);
-            decoded.text.resize(BoundedText(decoded.text.data(), decoded.text.size()).size());
+            error = DecodeText(data, dataBytes, decoded.text);
             break;
         case REG_MULTI_SZ:
-            decoded.list = SplitList(CharactersOf(data, dataBytes));
+            error = DecodeList(data, dataBytes, decoded.list);
             break;
         default:
-            decoded.bytes.assign(data, data + dataBytes);
+            error = DecodeBytes(data, dataBytes, decoded.bytes);
             break;
     }
-    value = std::move(decoded);
-    return true;
+    if (error == ERROR_SUCCESS) value = std::move(decoded);
+    return error;
 }
 
 bool IsWritableRegType(DWORD type) noexcept {
@@ -134,12 +142,7 @@ DWORD EncodeRegValue(const RegValue& value, EncodedRegValue& encoded) noexcept {
         case REG_BINARY:
             return SetData(encoded, REG_BINARY, value.bytes.data(), value.bytes.size());
         case REG_MULTI_SZ:
-            if (!CanThrow()) return kNoMemory;
-            try {
-                encoded.listText = JoinList(value.list);
-            } catch (const std::bad_alloc&) {
-                return kNoMemory;
-            }
+            if (!EncodeList(value.list, encoded.listText)) return kNoMemory;
             return SetData(encoded, REG_MULTI_SZ, encoded.listText.data(),
                            encoded.listText.size() * sizeof(wchar_t));
         default:

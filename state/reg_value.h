@@ -2,36 +2,39 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
+#include <string_view>
 
+#include "base/heap_array.h"
+#include "base/heap_text.h"
 #include "base/windows_api.h"
 
-// `type` tells which member holds the data.
+// `type` says which member holds the data.
 struct RegValue {
     DWORD type = REG_NONE;
-    uint32_t number32 = 0;           // REG_DWORD
-    uint64_t number64 = 0;           // REG_QWORD
-    std::wstring text;               // REG_SZ, REG_EXPAND_SZ
-    std::vector<std::wstring> list;  // REG_MULTI_SZ
-    std::vector<BYTE> bytes;         // REG_BINARY; after a read also the data of a type not named here
+    uint32_t number32 = 0;  // REG_DWORD
+    uint64_t number64 = 0;  // REG_QWORD
+    HeapText text;          // REG_SZ, REG_EXPAND_SZ
+    HeapText list;          // REG_MULTI_SZ: the items, each with its NUL, as a MultiString walks them
+    HeapArray<BYTE> bytes;  // REG_BINARY; after a read also the data of a type not named here
 
-    static RegValue Dword(uint32_t number);
-    static RegValue Qword(uint64_t number);
-    static RegValue String(std::wstring text);
+    static RegValue Dword(uint32_t number) noexcept;
+    static RegValue Qword(uint64_t number) noexcept;
+    // Makes the value a REG_SZ. False, with the value as it was, when there is no memory.
+    [[nodiscard]] bool SetString(std::wstring_view newText) noexcept;
 };
 
 // Fills `value` from stored bytes. Any program may have stored them: texts end at their first NUL or at the
 // end of the data, lists at their first empty string or at the end of the data, an odd last byte is ignored.
-// False, with `value` untouched, when a number does not have the size of its type. Throws std::bad_alloc.
-bool DecodeRegValue(DWORD type, const BYTE* data, size_t dataBytes, RegValue& value);
+// Returns 0, ERROR_INVALID_DATA when a number does not have the size of its type, or ERROR_NOT_ENOUGH_MEMORY;
+// then `value` is untouched.
+DWORD DecodeRegValue(DWORD type, const BYTE* data, size_t dataBytes, RegValue& value) noexcept;
 
 // What to store for a value. `data` points into the value or into `listText`: both must outlive its use.
 struct EncodedRegValue {
     DWORD type = REG_NONE;
     const BYTE* data = nullptr;
     DWORD dataBytes = 0;
-    std::vector<wchar_t> listText;
+    HeapArray<wchar_t> listText;
 };
 
 bool IsWritableRegType(DWORD type) noexcept;

@@ -1,9 +1,6 @@
 #include "state/registry.h"
 
-#include <new>
-#include <vector>
-
-#include "base/can_throw.h"
+#include "base/heap_array.h"
 #include "base/win32_handle.h"
 
 namespace {
@@ -13,17 +10,13 @@ constexpr DWORD kFirstTryBytes = 512;
 // Another program may make the value larger between the calls.
 constexpr int kMaxTries = 8;
 
-DWORD Decode(DWORD type, const BYTE* data, DWORD dataBytes, RegValue& value) {
-    return DecodeRegValue(type, data, dataBytes, value) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
-}
-
 DWORD QueryLargeValue(HKEY key, const wchar_t* name, DWORD dataBytes, RegValue& value) {
-    std::vector<BYTE> data;
+    HeapArray<BYTE> data;
     for (int i = 0; i < kMaxTries; ++i) {
-        data.resize(dataBytes);
+        if (!data.Resize(dataBytes)) return ERROR_NOT_ENOUGH_MEMORY;
         DWORD type = REG_NONE;
         const LSTATUS status = RegQueryValueExW(key, name, nullptr, &type, data.data(), &dataBytes);
-        if (status == ERROR_SUCCESS) return Decode(type, data.data(), dataBytes, value);
+        if (status == ERROR_SUCCESS) return DecodeRegValue(type, data.data(), dataBytes, value);
         if (status != ERROR_MORE_DATA) return static_cast<DWORD>(status);
     }
     return ERROR_MORE_DATA;
@@ -42,18 +35,13 @@ bool ValueExists(HKEY key, const wchar_t* name) {
 }  // namespace
 
 DWORD QueryValue(HKEY key, const wchar_t* name, RegValue& value) noexcept {
-    if (!CanThrow()) return ERROR_NOT_ENOUGH_MEMORY;
-    try {
-        BYTE data[kFirstTryBytes];
-        DWORD dataBytes = sizeof(data);
-        DWORD type = REG_NONE;
-        const LSTATUS status = RegQueryValueExW(key, name, nullptr, &type, data, &dataBytes);
-        if (status == ERROR_SUCCESS) return Decode(type, data, dataBytes, value);
-        if (status == ERROR_MORE_DATA) return QueryLargeValue(key, name, dataBytes, value);
-        return static_cast<DWORD>(status);
-    } catch (const std::bad_alloc&) {
-        return ERROR_NOT_ENOUGH_MEMORY;
-    }
+    BYTE data[kFirstTryBytes];
+    DWORD dataBytes = sizeof(data);
+    DWORD type = REG_NONE;
+    const LSTATUS status = RegQueryValueExW(key, name, nullptr, &type, data, &dataBytes);
+    if (status == ERROR_SUCCESS) return DecodeRegValue(type, data, dataBytes, value);
+    if (status == ERROR_MORE_DATA) return QueryLargeValue(key, name, dataBytes, value);
+    return static_cast<DWORD>(status);
 }
 
 DWORD ReadRegValue(HKEY root, const wchar_t* subkey, const wchar_t* name, RegValue& value) noexcept {

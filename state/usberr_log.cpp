@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <new>
 
 #include "base/windows_api.h"
 
 #include <shlobj.h>
 
-#include "base/can_throw.h"
 #include "base/files.h"
 #include "base/stamp_text.h"
 #include "base/xfmt.h"
@@ -24,14 +22,24 @@ bool IsHighSurrogate(wchar_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
 }
 
-// Byte count of the tail in `bytes`, which a NUL then follows; negative when the file cannot be read.
-int64_t ReadTailBytes(const wchar_t* path, std::string* bytes) {
-    const KernelHandle file = OpenFileRw(path, false);
+// The driver may hold the log open for writing, so nothing is refused to it.
+FileHandle OpenLog(const wchar_t* path) noexcept {
+    return FileHandle(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                  nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
+// False when the file cannot be read or there is no memory.
+bool ReadTailBytes(const wchar_t* path, HeapArray<char>& bytes) noexcept {
+    const FileHandle file = OpenLog(path);
+    if (!file) return false;
     const int64_t fileBytes = GetFileSizeOf(file.get());
-    if (fileBytes < 0) return -1;
+    if (fileBytes < 0) return false;
     const int64_t tailBytes = std::min<int64_t>(fileBytes, kUsberrTailBytes);
-    bytes->resize(static_cast<size_t>(tailBytes));
-    return ReadFileAt(file.get(), fileBytes - tailBytes, static_cast<uint32_t>(tailBytes), bytes->data());
+    if (!bytes.Resize(static_cast<size_t>(tailBytes))) return false;
+    const int64_t readBytes =
+        ReadFileAt(file.get(), fileBytes - tailBytes, static_cast<uint32_t>(tailBytes), bytes.data());
+    // The file may have shrunk since its size was asked for.
+    return readBytes >= 0 && bytes.Resize(static_cast<size_t>(readBytes));
 }
 
 // folder + backslash + the formatted name, cut to kUsberrPathChars.
@@ -45,18 +53,17 @@ void JoinPath(wchar_t* path, const wchar_t* folder, const wchar_t* nameFormat, .
 
 }  // namespace
 
-int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path) {
+int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path) noexcept {
     xfmt(path, kUsberrPathChars, L"System32\\QrvTavix\\usberr\\usberr_%s.log", instanceId);
     std::replace(path + kUsberrRelativeNameIndex, path + wcslen(path), L'\\', L'#');
     return kUsberrRelativeNameIndex;
 }
 
-bool UsberrLogPath(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, wchar_t* path) {
+bool UsberrLogPath(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, wchar_t* path) noexcept {
     path[0] = L'\0';
     wchar_t instanceId[kUsberrPathChars] = {};
     wchar_t windowsFolder[kUsberrPathChars] = {};
-    if (!SetupDiGetDeviceInstanceIdW(deviceInfoSet, deviceInfoData, instanceId, kUsberrPathChars, nullptr))
-        return false;
+    if (!SetupDiGetDeviceInstanceIdW(deviceSet, device, instanceId, kUsberrPathChars, nullptr)) return false;
     const UINT folderChars = GetWindowsDirectoryW(windowsFolder, kUsberrPathChars);
     if (folderChars == 0 || folderChars >= kUsberrPathChars) return false;
 
@@ -66,54 +73,52 @@ bool UsberrLogPath(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, wcha
     return true;
 }
 
-const wchar_t* UsberrLogName(const wchar_t* path) {
+const wchar_t* UsberrLogName(const wchar_t* path) noexcept {
     const wchar_t* const lastBackslash = wcsrchr(path, L'\\');
     return lastBackslash == nullptr ? path : lastBackslash + 1;
 }
 
-UsberrTimes ReadUsberrTimes(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, const wchar_t* path) {
+UsberrTimes ReadUsberrTimes(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const wchar_t* path) noexcept {
     return {GetFileWriteTimeUemsec(path),
-            static_cast<int64_t>(
-                ReadDevQword(deviceInfoSet, deviceInfoData, DIREG_DEV, kDevLastStartupSuccess, 0))};
+            static_cast<int64_t>(ReadDevQword(deviceSet, device, DIREG_DEV, kDevLastStartupSuccess, 0))};
 }
 
 // One byte never becomes more than one UTF-16 unit, so the text has room for all of them.
-void DecodeUsberrTail(const std::string& bytes, std::wstring* text) {
-    text->resize(bytes.size() + 1);
-    const int withNul =
-        MultiByteToWideChar(CP_UTF8, 0, bytes.c_str(), -1, text->data(), static_cast<int>(text->size()));
-    const int units = withNul - 1;
-    text->resize(static_cast<size_t>(std::clamp(units, 0, kUsberrTailMaxChars)));
-    if (units > kUsberrTailMaxChars && IsHighSurrogate(text->back())) text->pop_back();
-}
-
-bool ReadUsberrTail(const wchar_t* path, std::wstring* text) noexcept {
-    text->clear();
-    if (!CanThrow()) return false;
-    try {
-        std::string bytes;
-        const int64_t byteCount = ReadTailBytes(path, &bytes);
-        if (byteCount < 0) return false;
-        // The file may have shrunk since its size was asked for.
-        bytes.resize(static_cast<size_t>(byteCount));
-        DecodeUsberrTail(bytes, text);
-        return true;
-    } catch (const std::bad_alloc&) {
-        text->clear();
-        return false;
+bool DecodeUsberrTail(std::string_view bytes, HeapText& text) noexcept {
+    const int textBytes = static_cast<int>(strnlen(bytes.data(), bytes.size()));
+    if (!text.Resize(bytes.size())) return false;
+    int units =
+        MultiByteToWideChar(CP_UTF8, 0, bytes.data(), textBytes, text.data(), static_cast<int>(text.size()));
+    if (units > kUsberrTailMaxChars) {
+        units = kUsberrTailMaxChars;
+        if (IsHighSurrogate(text.data()[units - 1])) --units;
     }
+    return text.Resize(static_cast<size_t>(units));
 }
 
-const wchar_t* UsberrRecentText(const std::wstring& tail) {
-    const size_t separator = tail.rfind(kSeparator, std::wstring::npos, kSeparatorChars);
-    if (separator == std::wstring::npos) return tail.c_str();
-    const wchar_t* text = tail.c_str() + separator + kSeparatorChars;
+bool ReadUsberrTail(const wchar_t* path, HeapText& text) noexcept {
+    text.Clear();
+    HeapArray<char> bytes;
+    return ReadTailBytes(path, bytes) && DecodeUsberrTail({bytes.data(), bytes.size()}, text);
+}
+
+bool ReadUsberrLog(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, UsberrLog& log) noexcept {
+    if (!UsberrLogPath(deviceInfoSet, deviceInfoData, log.path)) return false;
+    log.times = ReadUsberrTimes(deviceInfoSet, deviceInfoData, log.path);
+    log.isReadable = log.times.HasLog() && ReadUsberrTail(log.path, log.tail);
+    return true;
+}
+
+const wchar_t* UsberrRecentText(const wchar_t* tail) noexcept {
+    const size_t separator = std::wstring_view(tail).rfind(kSeparator);
+    if (separator == std::wstring_view::npos) return tail;
+    const wchar_t* text = tail + separator + kSeparatorChars;
     if (*text == L'\r') ++text;
     if (*text == L'\n') ++text;
     return text;
 }
 
-bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* savePath) {
+bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* savePath) noexcept {
     savePath[0] = L'\0';
     wchar_t profileFolder[MAX_PATH] = {};
     if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PROFILE, nullptr, SHGFP_TYPE_CURRENT, profileFolder)))
@@ -125,10 +130,10 @@ bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* save
     return true;
 }
 
-DWORD CopyUsberrLog(const wchar_t* logPath, const wchar_t* savePath) {
+DWORD CopyUsberrLog(const wchar_t* logPath, const wchar_t* savePath) noexcept {
     return CopyFileW(logPath, savePath, FALSE) ? NO_ERROR : GetLastError();
 }
 
-DWORD DeleteUsberrLog(const wchar_t* logPath) {
+DWORD DeleteUsberrLog(const wchar_t* logPath) noexcept {
     return DeleteFileW(logPath) ? NO_ERROR : GetLastError();
 }

@@ -3,56 +3,69 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
+#include "base/heap_text.h"
 #include "base/windows_api.h"
 
 #include <setupapi.h>
 
-constexpr int32_t kUsberrPathChars = 260;         // capacity of every path buffer here, terminator included
-constexpr int32_t kUsberrTailBytes = 64000;       // how much of the file's end is read
-constexpr int32_t kUsberrTailMaxChars = 63999;    // how much of it is shown, terminator not included
-constexpr int32_t kUsberrRelativeNameIndex = 25;  // length of "System32\QrvTavix\usberr\"
+inline constexpr int32_t kUsberrPathChars = 260;    // capacity of every path buffer here, terminator included
+inline constexpr int32_t kUsberrTailBytes = 64000;  // how much of the file's end is read
+inline constexpr int32_t kUsberrTailMaxChars = 63999;    // how much of it is shown, terminator not included
+inline constexpr int32_t kUsberrRelativeNameIndex = 25;  // length of "System32\QrvTavix\usberr\"
 
 // Full path of the device's log (cut to kUsberrPathChars). False when the instance ID cannot be read or the
 // Windows directory is unknown; `path` is then empty.
-bool UsberrLogPath(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, wchar_t* path);
+bool UsberrLogPath(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, wchar_t* path) noexcept;
 
 // The path below the Windows directory for an instance ID,
 // "System32\QrvTavix\usberr\usberr_USB#VID...#SN.log" (cut to kUsberrPathChars). Returns where its file name
 // starts: kUsberrRelativeNameIndex.
-int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path);
+int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path) noexcept;
 
 // The file name within a path that UsberrLogPath built.
-const wchar_t* UsberrLogName(const wchar_t* path);
+const wchar_t* UsberrLogName(const wchar_t* path) noexcept;
 
 // What decides between recent and past errors, in milliseconds since 1970-01-01 UTC.
 struct UsberrTimes {
     int64_t logWritten;      // 0: there is no log
     int64_t startupSuccess;  // last successful start of the device, 0 when never recorded
 
-    bool HasLog() const { return logWritten != 0; }
-    bool AreErrorsRecent() const { return logWritten != 0 && logWritten > startupSuccess; }
+    bool HasLog() const noexcept { return logWritten != 0; }
+    bool AreErrorsRecent() const noexcept { return logWritten != 0 && logWritten > startupSuccess; }
 };
-UsberrTimes ReadUsberrTimes(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, const wchar_t* path);
+UsberrTimes ReadUsberrTimes(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const wchar_t* path) noexcept;
 
 // Reads and decodes at most the last kUsberrTailBytes of the file. The text ends at the first NUL byte, as
 // the driver's text does; bytes that are not UTF-8 become replacement characters. False when the file cannot
 // be read or memory runs out; the text is then empty.
-bool ReadUsberrTail(const wchar_t* path, std::wstring* text) noexcept;
+bool ReadUsberrTail(const wchar_t* path, HeapText& text) noexcept;
 
-// What ReadUsberrTail makes of at most kUsberrTailBytes bytes. Throws std::bad_alloc.
-void DecodeUsberrTail(const std::string& bytes, std::wstring* text);
+// What ReadUsberrTail makes of at most kUsberrTailBytes bytes. False, with the text as it was, when there is
+// no memory.
+bool DecodeUsberrTail(std::string_view bytes, HeapText& text) noexcept;
 
-// The part of a tail behind its last separator line, or the whole tail when it has none. Points into `tail`.
-const wchar_t* UsberrRecentText(const std::wstring& tail);
+// The part of a tail after its last separator line, or the whole tail when it has none. Points into `tail`.
+const wchar_t* UsberrRecentText(const wchar_t* tail) noexcept;
+
+// The log as it was found at one moment.
+struct UsberrLog {
+    wchar_t path[kUsberrPathChars] = {};
+    UsberrTimes times = {};
+    bool isReadable = false;  // there is a log, and `tail` is what it says
+    HeapText tail;
+};
+
+// False when the path cannot be told.
+bool ReadUsberrLog(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, UsberrLog& log) noexcept;
 
 // Where a copy goes: the user's profile folder, the time and the log's own name. False when the folder is
 // unknown.
-bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* savePath);
+bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* savePath) noexcept;
 
 // Windows error of copying the log over whatever is at `savePath`, 0 on success.
-DWORD CopyUsberrLog(const wchar_t* logPath, const wchar_t* savePath);
+DWORD CopyUsberrLog(const wchar_t* logPath, const wchar_t* savePath) noexcept;
 
 // Windows error of deleting the log, 0 on success.
-DWORD DeleteUsberrLog(const wchar_t* logPath);
+DWORD DeleteUsberrLog(const wchar_t* logPath) noexcept;

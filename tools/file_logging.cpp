@@ -4,6 +4,7 @@
 #include "driver/driver_info.h"
 #include "driver/messages.h"
 #include "state/driver_params.h"
+#include "ui/dialog_controls.h"
 
 namespace {
 
@@ -20,50 +21,57 @@ constexpr wchar_t kNotice[] =
     L"\n"
     L"Would you like to clear old content now and start a fresh log file? (if No, it will append)";
 
-bool IsKeyDown(int virtualKey) {
-    return GetKeyState(virtualKey) < 0;
-}
-
-void KeepOneLogFile(HWND page) {
+void KeepOneLogFile(HWND page) noexcept {
     WriteParamDword(kParamPersistentLogFile, 1);
     MsgBoxKind(nullptr, kMessageInformation, page, L"[HKLM\\%s] %s=1 (set true)", kDriverParametersKey,
                kParamPersistentLogFile);
 }
 
-bool AskFreshLog(HWND page, int32_t level) {
-    if (level < kVerboseLevel) return AskYesNo(page, L"%s", kNotice) == IDYES;
+// IDYES for a fresh log, IDNO for the old one; anything else when the question could not be shown or its
+// owner went away.
+int AskFreshLog(HWND page, int32_t level) noexcept {
+    if (level < kVerboseLevel) return AskYesNo(page, L"%s", kNotice);
     return AskYesNo(
-               page,
-               L"%s\n\n( Logging level = %d )\n\nWould you like to clear old content and start a fresh log "
-               L"file?",
-               kNotice, level) == IDYES;
+        page,
+        L"%s\n\n( Logging level = %d )\n\nWould you like to clear old content and start a fresh log file?",
+        kNotice, level);
 }
 
-void SwitchFileLogging(HWND page, int32_t level, bool fresh) {
+void SwitchFileLogging(HWND page, int32_t level, bool fresh) noexcept {
     if (tavo_EnableFileLogging(level, fresh, level >= kVerboseLevel)) return;
     if (GetLastError() == ERROR_ACCESS_DENIED)
-        MsgBoxKind(nullptr, kMessageError, page, L"%s", kNotAdministratorText);
+        ErrorBox(page, L"%s", kNotAdministratorText);
     else
-        MsgBoxKind(nullptr, kMessageError, page, L"Unexpected! tavo_EnableFileLogging() fail.");
+        ErrorBox(page, L"Unexpected! tavo_EnableFileLogging() fail.");
+}
+
+void SwitchOn(HWND page, int32_t level) noexcept {
+    if (IsKeyHeld(VK_MENU)) KeepOneLogFile(page);
+    if (!IsWindow(page)) return;
+    const int answer = AskFreshLog(page, level);
+    if (IsWindow(page) && (answer == IDYES || answer == IDNO))
+        SwitchFileLogging(page, level, answer == IDYES);
 }
 
 }  // namespace
 
-int32_t ChosenLoggingLevel(bool checked, LoggingModifiers modifiers) {
+int32_t ChosenLoggingLevel(bool checked, LoggingModifiers modifiers) noexcept {
     if (!checked) return 0;
     if (!modifiers.shift) return kUsualLevel;
     return modifiers.ctrl ? kMostVerboseLevel : kVerboseLevel;
 }
 
 void ShowFileLoggingState(HWND page, int boxId) noexcept {
-    CheckDlgButton(page, boxId, IsFileLoggingOn() ? BST_CHECKED : BST_UNCHECKED);
+    CheckBox(page, boxId, IsFileLoggingOn());
 }
 
 void OnFileLoggingClicked(HWND page, int boxId) noexcept {
-    const bool checked = IsDlgButtonChecked(page, boxId) == BST_CHECKED;
-    const int32_t level = ChosenLoggingLevel(checked, {IsKeyDown(VK_SHIFT), IsKeyDown(VK_CONTROL)});
-    if (checked && IsKeyDown(VK_MENU)) KeepOneLogFile(page);
-    const bool fresh = checked && AskFreshLog(page, level);
-    SwitchFileLogging(page, level, fresh);
-    ShowFileLoggingState(page, boxId);
+    const bool checked = IsBoxChecked(page, boxId);
+    const int32_t level = ChosenLoggingLevel(checked, {IsKeyHeld(VK_SHIFT), IsKeyHeld(VK_CONTROL)});
+    if (checked)
+        SwitchOn(page, level);
+    else
+        SwitchFileLogging(page, level, false);
+    // The sheet may have been closed during a box.
+    if (IsWindow(page)) ShowFileLoggingState(page, boxId);
 }

@@ -11,11 +11,12 @@ struct LoggingModifiers {
 };
 
 // 0 for an unchecked box; 2 when checked, 3 with Shift, 4 with Shift and Ctrl.
-int32_t ChosenLoggingLevel(bool checked, LoggingModifiers modifiers);
+int32_t ChosenLoggingLevel(bool checked, LoggingModifiers modifiers) noexcept;
 
 // Sets the box from the driver's logging state.
 void ShowFileLoggingState(HWND page, int boxId) noexcept;
 
 // The box was clicked: asks, switches the driver, reports failures, and shows the driver's state again. The
-// keys Shift, Ctrl and Alt count as they are now.
+// keys Shift, Ctrl and Alt count as they are now. Without an answer, because the page was closed or the
+// question could not be shown, nothing is switched.
 void OnFileLoggingClicked(HWND page, int boxId) noexcept;

@@ -3,6 +3,7 @@
 #include <commctrl.h>
 
 #include "base/module.h"
+#include "base/never_destroyed.h"
 #include "base/win32_handle.h"
 
 namespace {
@@ -30,7 +31,8 @@ struct ModuleContext {
     LoadedLibrary commonControls;
     InitCommonControlsFunction initCommonControls = nullptr;
 };
-ModuleContext moduleContext;
+NeverDestroyed<ModuleContext> g_keptModule;
+ModuleContext& g_module = g_keptModule.object;
 
 // Active until the end of the scope. Deactivating leaves the thread's last error alone.
 class ActiveContext {
@@ -55,8 +57,8 @@ class ActiveContext {
 bool FindLoadersContext(HANDLE* context) noexcept {
     ACTIVATION_CONTEXT_BASIC_INFORMATION information = {};
     // With this flag the handle's place takes the address.
-    if (!QueryActCtxW(QUERY_ACTCTX_FLAG_ACTCTX_IS_ADDRESS | QUERY_ACTCTX_FLAG_NO_ADDREF, &moduleContext,
-                      nullptr, ActivationContextBasicInformation, &information, sizeof(information), nullptr))
+    if (!QueryActCtxW(QUERY_ACTCTX_FLAG_ACTCTX_IS_ADDRESS | QUERY_ACTCTX_FLAG_NO_ADDREF, &g_module, nullptr,
+                      ActivationContextBasicInformation, &information, sizeof(information), nullptr))
         return false;
     *context = information.hActCtx;
     return true;
@@ -89,22 +91,22 @@ bool MakeContext(OwnedActivationContext& context) noexcept {
 // Makes sure that the redirected version is the one that is bound. Failing to load it is no reason to go
 // without the context.
 void LoadRedirectedCommonControls() noexcept {
-    const ActiveContext active(moduleContext.handle);
+    const ActiveContext active(g_module.handle);
     if (!active) return;
     ACTCTX_SECTION_KEYED_DATA found = {};
     found.cbSize = sizeof(found);
     if (FindActCtxSectionStringW(0, nullptr, ACTIVATION_CONTEXT_SECTION_DLL_REDIRECTION,
                                  kCommonControlsLibrary, &found))
-        moduleContext.commonControls.reset(LoadLibraryW(kCommonControlsLibrary));
+        g_module.commonControls.reset(LoadLibraryW(kCommonControlsLibrary));
 }
 
 // False, with the reason as the last error, when there is no context to use; the next use tries again.
 bool SettleContext() noexcept {
-    if (moduleContext.cleanedUp) {
+    if (g_module.cleanedUp) {
         OutputDebugStringA("IsolationAware function called after IsolationAwareCleanup\n");
-        moduleContext.cleanedUp = false;
+        g_module.cleanedUp = false;
     }
-    if (moduleContext.settled) return true;
+    if (g_module.settled) return true;
     HANDLE handle = nullptr;
     OwnedActivationContext owned;
     if (!FindLoadersContext(&handle)) return false;
@@ -112,9 +114,9 @@ bool SettleContext() noexcept {
         if (!MakeContext(owned)) return false;
         if (owned) handle = owned.get();
     }
-    moduleContext.handle = handle;
-    moduleContext.owned = std::move(owned);
-    moduleContext.settled = true;
+    g_module.handle = handle;
+    g_module.owned = std::move(owned);
+    g_module.settled = true;
     LoadRedirectedCommonControls();
     return true;
 }
@@ -123,20 +125,23 @@ bool SettleContext() noexcept {
 template <typename Result, typename Call>
 Result CallInContext(Result failure, Call call) noexcept {
     if (!SettleContext()) return failure;
-    const ActiveContext active(moduleContext.handle);
+    const ActiveContext active(g_module.handle);
     if (!active) return failure;
     return call();
 }
 
+// Within the context.
+FARPROC FindInCommonControls(const char* name) noexcept {
+    LoadedLibrary& controls = g_module.commonControls;
+    if (!controls) controls.reset(LoadLibraryW(kCommonControlsLibrary));
+    return controls ? GetProcAddress(controls.get(), name) : nullptr;
+}
+
 InitCommonControlsFunction FindInitCommonControls() noexcept {
-    if (moduleContext.initCommonControls == nullptr) {
-        if (!moduleContext.commonControls)
-            moduleContext.commonControls.reset(LoadLibraryW(kCommonControlsLibrary));
-        if (moduleContext.commonControls)
-            moduleContext.initCommonControls = reinterpret_cast<InitCommonControlsFunction>(
-                GetProcAddress(moduleContext.commonControls.get(), "InitCommonControls"));
-    }
-    return moduleContext.initCommonControls;
+    if (g_module.initCommonControls == nullptr)
+        g_module.initCommonControls =
+            reinterpret_cast<InitCommonControlsFunction>(FindInCommonControls("InitCommonControls"));
+    return g_module.initCommonControls;
 }
 
 }  // namespace
@@ -168,11 +173,15 @@ INT_PTR IsolationAwareDialogBoxIndirectParamW(HINSTANCE instance, const DLGTEMPL
     });
 }
 
+FARPROC IsolationAwareCommonControlsFunction(const char* name) noexcept {
+    return CallInContext(FARPROC{nullptr}, [name] { return FindInCommonControls(name); });
+}
+
 HMODULE IsolationAwareLoadLibraryW(const wchar_t* fileName) noexcept {
     return CallInContext(HMODULE{nullptr}, [fileName] { return LoadLibraryW(fileName); });
 }
 
 void IsolationAwareCleanup() noexcept {
-    moduleContext = ModuleContext{};
-    moduleContext.cleanedUp = true;
+    g_module = ModuleContext{};
+    g_module.cleanedUp = true;
 }

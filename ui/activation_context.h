@@ -16,6 +16,8 @@ INT_PTR IsolationAwareDialogBoxParamW(HINSTANCE instance, const wchar_t* templat
                                       DLGPROC procedure, LPARAM initParam) noexcept;
 INT_PTR IsolationAwareDialogBoxIndirectParamW(HINSTANCE instance, const DLGTEMPLATE* dialogTemplate,
                                               HWND owner, DLGPROC procedure, LPARAM initParam) noexcept;
+// A function of the common controls that the context binds; null when they do not have it.
+FARPROC IsolationAwareCommonControlsFunction(const char* name) noexcept;
 // The caller frees the library.
 HMODULE IsolationAwareLoadLibraryW(const wchar_t* fileName) noexcept;
 

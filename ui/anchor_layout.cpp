@@ -5,14 +5,14 @@
 namespace {
 
 SIZE ClientSize(HWND window) noexcept {
-    RECT client{};
+    RECT client = {};
     GetClientRect(window, &client);
     return {client.right, client.bottom};
 }
 
 // The control's rectangle in the client coordinates of its dialog.
 RECT RectInDialog(HWND dialog, HWND control) noexcept {
-    RECT rect{};
+    RECT rect = {};
     GetWindowRect(control, &rect);
     MapWindowPoints(nullptr, dialog, reinterpret_cast<POINT*>(&rect), 2);
     return rect;
@@ -30,7 +30,7 @@ void CombineRect(HRGN region, const RECT& rect, int mode) noexcept {
     if (part) CombineRgn(region, region, part.get(), mode);
 }
 
-void FillWithDialogColour(HWND dialog, HRGN region) noexcept {
+void FillWithDialogColor(HWND dialog, HRGN region) noexcept {
     if (region == nullptr) return;
     const HDC dc = GetDC(dialog);
     if (dc == nullptr) return;
@@ -65,7 +65,7 @@ RECT AnchoredRect(const RECT& offsets, const AnchorPercents& percents, SIZE clie
 void AnchorLayout::Init(HWND dialog, int referenceWidth, int referenceHeight) noexcept {
     dialog_ = dialog;
     count_ = 0;
-    RECT window{};
+    RECT window = {};
     GetWindowRect(dialog, &window);
     reference_.cx = referenceWidth != 0 ? referenceWidth : window.right - window.left;
     reference_.cy = referenceHeight != 0 ? referenceHeight : window.bottom - window.top;
@@ -80,6 +80,14 @@ bool AnchorLayout::Add(int leftPercent, int topPercent, int rightPercent, int bo
         controlId, percents, AnchorOffsets(RectInDialog(dialog_, control), percents, ClientSize(dialog_)),
         noErase};
     ++count_;
+    return true;
+}
+
+bool AnchorLayout::Add(std::span<const AnchorRow> rows) noexcept {
+    for (const AnchorRow& row : rows) {
+        const AnchorPercents& at = row.percents;
+        if (!Add(at.left, at.top, at.right, at.bottom, row.controlId, row.noErase)) return false;
+    }
     return true;
 }
 
@@ -99,7 +107,7 @@ void AnchorLayout::Reflow(int clientWidth, int clientHeight) noexcept {
     }
     for (int i = 0; i < count_; ++i)
         Place(anchors_[static_cast<size_t>(i)], {clientWidth, clientHeight}, uncovered.get());
-    FillWithDialogColour(dialog_, uncovered.get());
+    FillWithDialogColor(dialog_, uncovered.get());
 }
 
 void AnchorLayout::Place(const Anchor& anchor, SIZE client, HRGN uncovered) noexcept {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <span>
 
 #include "base/windows_api.h"
 
@@ -13,6 +14,12 @@ struct AnchorPercents {
     int top;
     int right;
     int bottom;
+};
+
+struct AnchorRow {
+    int controlId;
+    AnchorPercents percents;
+    bool noErase = false;
 };
 
 // The distance of an edge from its percentage of `dimension`, and the way back. Divisions truncate toward
@@ -36,6 +43,9 @@ class AnchorLayout {
     bool Add(int leftPercent, int topPercent, int rightPercent, int bottomPercent, int controlId,
              bool noErase = false) noexcept;
 
+    // Registers one control per row. Stops at the first that cannot be added: then false.
+    bool Add(std::span<const AnchorRow> rows) noexcept;
+
     // Registers several alike; `controlIds` ends in -1. Stops at the first that cannot be added: then false.
     bool AddMany(int leftPercent, int topPercent, int rightPercent, int bottomPercent, bool noErase,
                  const int* controlIds) noexcept;
@@ -56,7 +66,7 @@ class AnchorLayout {
     void Place(const Anchor& anchor, SIZE client, HRGN uncovered) noexcept;
 
     HWND dialog_ = nullptr;
-    SIZE reference_{};
+    SIZE reference_ = {};
     int count_ = 0;
     std::array<Anchor, kMaxControls> anchors_;
 };

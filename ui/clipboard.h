@@ -6,7 +6,7 @@
 #include "base/windows_api.h"
 
 // How long the functions below try to open a clipboard that another program holds.
-constexpr uint32_t kClipboardWaitMs = 2000;
+inline constexpr uint32_t kClipboardWaitMs = 2000;
 
 // Tries to open the clipboard until it succeeds or `timeoutMs` have passed. 1 or 0.
 int32_t clip_open_wait(uint32_t timeoutMs, HWND owner) noexcept;

@@ -1,8 +1,9 @@
 #include "ui/custom_resource.h"
 
-#include "base/error_boxes.h"
 #include "base/files.h"
 #include "base/module.h"
+#include "base/never_destroyed.h"
+#include "base/no_error_boxes.h"
 #include "base/trace_line.h"
 #include "base/win32_handle.h"
 #include "base/xfmt.h"
@@ -21,21 +22,22 @@ constexpr WORD kSmallIcon = 18002;
 
 constexpr int kAboutCapacity = 200;
 
-LoadedLibrary library;
-bool active = false;
-wchar_t aboutText[kAboutCapacity];
+NeverDestroyed<LoadedLibrary> g_keptLibrary;
+LoadedLibrary& g_library = g_keptLibrary.object;
+bool g_active = false;
+wchar_t g_aboutText[kAboutCapacity];
 
 // The first character of the library's string as a decimal number; 0 when it is none or the string is
 // missing.
 int ReadDigitString(UINT stringId) noexcept {
     wchar_t text[2] = {};
-    LoadStringW(library.get(), stringId, text, 2);
+    LoadStringW(g_library.get(), stringId, text, 2);
     return text[0] >= L'0' && text[0] <= L'9' ? text[0] - L'0' : 0;
 }
 
 HICON CustomIcon(WORD libraryIcon, WORD moduleIcon) noexcept {
     HICON icon = nullptr;
-    if (active) icon = LoadIconW(library.get(), MAKEINTRESOURCEW(libraryIcon));
+    if (g_active) icon = LoadIconW(g_library.get(), MAKEINTRESOURCEW(libraryIcon));
     return icon != nullptr ? icon : LoadIconW(ModuleInstance(), MAKEINTRESOURCEW(moduleIcon));
 }
 
@@ -61,27 +63,27 @@ bool VerifyFileAt(const wchar_t* path) noexcept {
 }  // namespace
 
 void LoadCustomResourceLibrary() noexcept {
-    if (library) return;
+    if (g_library) return;
     const LibraryPath path;
     if (path.text[0] == L'\0') return;
     {
         const NoErrorBoxes quiet;
-        library.reset(IsolationAwareLoadLibraryW(path.text));
+        g_library.reset(IsolationAwareLoadLibraryW(path.text));
     }
-    if (!library) return;
+    if (!g_library) return;
     TraceLine(L"TAVIX coinstaller custom resource dll loaded.");
     if (ReadDigitString(kSwitchString) != 0) return;
-    active = VerifyFileAt(path.text);
-    if (!active) TraceLine(L"Custom resource verification error.");
+    g_active = VerifyFileAt(path.text);
+    if (!g_active) TraceLine(L"Custom resource verification error.");
 }
 
 void FreeCustomResourceLibrary() noexcept {
-    active = false;
-    library.reset();
+    g_active = false;
+    g_library.reset();
 }
 
 bool IsCustomResourceActive() noexcept {
-    return active;
+    return g_active;
 }
 
 HICON CustomPageIcon() noexcept {
@@ -103,13 +105,13 @@ void SetCustomWindowIcons(HWND window) noexcept {
 }
 
 const wchar_t* CustomAboutText() noexcept {
-    aboutText[0] = L'\0';
-    if (active) LoadStringW(library.get(), kAboutString, aboutText, kAboutCapacity);
-    return aboutText;
+    g_aboutText[0] = L'\0';
+    if (g_active) LoadStringW(g_library.get(), kAboutString, g_aboutText, kAboutCapacity);
+    return g_aboutText;
 }
 
 bool CustomHidesUserGuide() noexcept {
-    return active && ReadDigitString(kHideUserGuideString) == 1;
+    return g_active && ReadDigitString(kHideUserGuideString) == 1;
 }
 
 bool CheckCustomResourceFile() noexcept {

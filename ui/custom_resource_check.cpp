@@ -45,12 +45,12 @@ bool ComputeCustomResourceDigest(FileBytes& file, uint64_t slotPosition,
     if (fileBytes > kMaxImageBytes || slotPosition > fileBytes ||
         fileBytes - slotPosition < kCustomResourceSlotBytes)
         return false;
-    const HeapArray<uint8_t> content = AllocateArray<uint8_t>(fileBytes);
-    if (content == nullptr || !file.ReadAt(0, content.get(), fileBytes)) return false;
+    HeapArray<uint8_t> content;
+    if (!content.Resize(fileBytes) || !file.ReadAt(0, content.data(), fileBytes)) return false;
     const uint64_t slotEnd = slotPosition + kCustomResourceSlotBytes;
     Md5 md5;
-    md5.Add(content.get(), slotPosition);
-    md5.Add(content.get() + slotEnd, fileBytes - slotEnd);
+    md5.Add(content.data(), slotPosition);
+    md5.Add(content.data() + slotEnd, fileBytes - slotEnd);
     md5.Add(kDigestSuffix, sizeof(kDigestSuffix));
     const Md5::Digest bytes = md5.Finish();
     xfmt(digest, kCustomResourceDigestChars + 1, L"%16m", bytes.data());

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <new>
 
 #include "base/xfmt.h"
 
@@ -14,7 +13,7 @@ constexpr UINT_PTR kToolId = 1;
 
 // The older size, which every version of the common controls accepts.
 TTTOOLINFOW ToolOf(HWND owner) noexcept {
-    TTTOOLINFOW tool{};
+    TTTOOLINFOW tool = {};
     tool.cbSize = TTTOOLINFOW_V2_SIZE;
     tool.uFlags = TTF_TRACK | TTF_ABSOLUTE;
     tool.hwnd = owner;
@@ -45,7 +44,7 @@ POINT HintPosition(POINT wanted, SIZE client) noexcept {
 
 std::unique_ptr<HintBalloon> HintBalloon::Create(HWND owner, bool balloonStyle, uint32_t* error) noexcept {
     *error = ERROR_NOT_ENOUGH_MEMORY;
-    std::unique_ptr<HintBalloon> balloon(new (std::nothrow) HintBalloon(owner));
+    std::unique_ptr<HintBalloon> balloon(new HintBalloon(owner));
     if (!balloon) return nullptr;
     const DWORD style = WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX | (balloonStyle ? TTS_BALLOON : 0);
     SetLastError(ERROR_SUCCESS);
@@ -75,10 +74,10 @@ uint32_t HintBalloon::Show(bool on, POINT position, const wchar_t* format, ...) 
         const uint32_t error = FormatText(format, args);
         va_end(args);
         if (error != ERROR_SUCCESS) return error;
-        tool.lpszText = text_.get();
+        tool.lpszText = text_.data();
         SendMessageW(Window(), TTM_UPDATETIPTEXTW, 0, AddressOf(tool));
     }
-    RECT client{};
+    RECT client = {};
     GetClientRect(owner_, &client);
     POINT point = HintPosition(position, {client.right, client.bottom});
     ClientToScreen(owner_, &point);
@@ -91,17 +90,9 @@ uint32_t HintBalloon::Show(bool on, POINT position, const wchar_t* format, ...) 
 uint32_t HintBalloon::FormatText(const wchar_t* format, va_list args) noexcept {
     va_list again;
     va_copy(again, args);
-    const int32_t needed = xfmt_v(nullptr, 0, format, args) + 1;
-    if (needed > textChars_) {
-        HeapArray<wchar_t> larger = AllocateArray<wchar_t>(static_cast<size_t>(std::max(needed, 1)));
-        if (!larger) {
-            va_end(again);
-            return ERROR_NOT_ENOUGH_MEMORY;
-        }
-        text_ = std::move(larger);
-        textChars_ = needed;
-    }
-    xfmt_v(text_.get(), textChars_, format, again);
+    const int32_t chars = std::max(xfmt_v(nullptr, 0, format, args), 0);
+    const bool fits = text_.Resize(static_cast<size_t>(chars));
+    if (fits) xfmt_v(text_.data(), chars + 1, format, again);
     va_end(again);
-    return ERROR_SUCCESS;
+    return fits ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
 }

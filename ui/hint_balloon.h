@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "base/heap_array.h"
+#include "base/heap_text.h"
 #include "base/win32_handle.h"
 #include "base/windows_api.h"
 
@@ -13,10 +13,10 @@
 // the result lies inside the client area.
 POINT HintPosition(POINT wanted, SIZE client) noexcept;
 
-class HintBalloon : public QuietlyAllocated {
+class HintBalloon {
   public:
     // Makes a hidden hint for `owner`, as a balloon or as a plain tooltip. Null on failure; *error then tells
-    // why (8 when out of memory) and is 0 otherwise. Needs the common controls initialised.
+    // why (8 when out of memory) and is 0 otherwise. Needs the common controls initialized.
     static std::unique_ptr<HintBalloon> Create(HWND owner, bool balloonStyle, uint32_t* error) noexcept;
 
     // Shows the hint at `position` (see HintPosition), or hides it; hiding ignores the other arguments. The
@@ -36,6 +36,5 @@ class HintBalloon : public QuietlyAllocated {
 
     HWND owner_;
     OwnedWindow window_;  // a tooltip dies with its owner; destroying it again is then refused
-    HeapArray<wchar_t> text_;
-    int32_t textChars_ = 0;  // capacity, terminator included
+    HeapText text_;
 };

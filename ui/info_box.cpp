@@ -6,10 +6,10 @@
 
 #include "base/xfmt.h"
 #include "ui/activation_context.h"
-#include "ui/info_box_menu.h"
-#include "ui/info_box_params.h"
-#include "ui/info_box_state.h"
-#include "ui/info_box_template.h"
+#include "ui/info_box/menu.h"
+#include "ui/info_box/params.h"
+#include "ui/info_box/state.h"
+#include "ui/info_box/template.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ void BuildState(FlexiInfoState& state, HWND parent, const FlexiInfoParams* param
     state.parent = parent;
     state.owner = state.params.startDetached != 0 ? nullptr : parent;
     state.event.okDelayMs = state.params.okDelayMs;
-    state.showTime = NormaliseMenu(state.params.menuItems, state.params.menuItemCount, parent != nullptr,
+    state.showTime = NormalizeMenu(state.params.menuItems, state.params.menuItemCount, parent != nullptr,
                                    state.owner != nullptr);
 }
 
@@ -39,6 +39,13 @@ INT_PTR RunDialog(FlexiInfoState& state, HINSTANCE instance, const wchar_t* reso
                ? IsolationAwareDialogBoxParamW(instance, resource, state.owner, InfoBoxProc, param)
                : IsolationAwareDialogBoxIndirectParamW(instance, dialogTemplate, state.owner, InfoBoxProc,
                                                        param);
+}
+
+// Without its parent, which may have gone while the box was detached, the box stays so and its menu shows it.
+void ChangeOwner(FlexiInfoState& state, bool attach) noexcept {
+    const bool parentLives = IsWindow(state.parent) != FALSE;
+    state.owner = attach && parentLives ? state.parent : nullptr;
+    if (attach && !parentLives) ShowDetached(state.params.menuItems, state.params.menuItemCount);
 }
 
 // The system reports -1 or 0 when no dialog came up. A box destroyed from outside was not answered either.
@@ -70,13 +77,8 @@ uint32_t FlexiInfoBoxFromTemplate(HINSTANCE instance, const wchar_t* resource,
     BuildState(state, parent, params, text);
     for (;;) {
         const INT_PTR result = RunDialog(state, instance, resource, dialogTemplate);
-        if (result == kReopenAttached) {
-            state.owner = state.parent;
-        } else if (result == kReopenDetached) {
-            state.owner = nullptr;
-        } else {
-            return ResultOf(state, result);
-        }
+        if (result != kReopenAttached && result != kReopenDetached) return ResultOf(state, result);
+        ChangeOwner(state, result == kReopenAttached);
     }
 }
 

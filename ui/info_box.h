@@ -1,9 +1,9 @@
 // The info box: a resizable dialog that shows a block of text, with up to four buttons, an optional context
 // menu and a callback that rewrites the text on demand or periodically.
 //
-// Every entry point runs a modal loop on the calling thread and returns when the box is closed, also when the
-// box is "detached", that is, opened without an owner so that the parent window stays usable.
-// Capacities count UTF-16 units, the terminator included.
+// Every entry point runs a modal loop on the calling thread and returns when the box is closed. That holds
+// for a "detached" box too, which has no owner, so that the parent window stays usable. Capacities count
+// UTF-16 units, the terminator included.
 #pragma once
 
 #include <cstdint>
@@ -11,29 +11,29 @@
 #include "base/windows_api.h"
 
 // What FlexiInfoBox and its kin return.
-constexpr uint32_t kInfoBoxOk = 1;  // OK, or closed by FIR_CloseOk
-constexpr uint32_t kInfoBoxCancel = 2;
-constexpr uint32_t kInfoBoxCreateFailed = 5;
-constexpr uint32_t kInfoBoxNoTemplate = 6;
+inline constexpr uint32_t kInfoBoxOk = 1;  // OK, or closed by FIR_CloseOk
+inline constexpr uint32_t kInfoBoxCancel = 2;
+inline constexpr uint32_t kInfoBoxCreateFailed = 5;
+inline constexpr uint32_t kInfoBoxNoTemplate = 6;
 
 // Control identifiers of the built-in template, required of every custom template too.
-constexpr int kInfoBoxOkId = 1;
-constexpr int kInfoBoxCancelId = 2;
-constexpr int kInfoBoxTextId = 100;  // read-only multi-line edit
-constexpr int kInfoBoxIconId = 101;  // static icon that reports clicks
-constexpr int kInfoBoxAutoId = 102;  // check box
-constexpr int kInfoBoxRefreshId = 103;
+inline constexpr int kInfoBoxOkId = 1;
+inline constexpr int kInfoBoxCancelId = 2;
+inline constexpr int kInfoBoxTextId = 100;  // read-only multi-line edit
+inline constexpr int kInfoBoxIconId = 101;  // static icon that reports clicks
+inline constexpr int kInfoBoxAutoId = 102;  // check box
+inline constexpr int kInfoBoxRefreshId = 103;
 
-// Menu identifiers that the box handles by itself before it tells the callback.
-constexpr int32_t FIMI_CopyToClipboard = -2;
-constexpr int32_t FIMI_ShowRefreshTime = -3;
-constexpr int32_t FIMI_Detach = -4;
+// Menu identifiers that the box handles itself before it calls the callback.
+inline constexpr int32_t FIMI_CopyToClipboard = -2;
+inline constexpr int32_t FIMI_ShowRefreshTime = -3;
+inline constexpr int32_t FIMI_Detach = -4;
 
 // States of a menu entry.
-constexpr uint32_t kMenuItemPlain = 0;
-constexpr uint32_t kMenuItemChecked = 1;
-constexpr uint32_t kMenuItemUnchecked = 2;
-constexpr uint32_t kMenuItemHidden = 0xFFFFFFFF;
+inline constexpr uint32_t kMenuItemPlain = 0;
+inline constexpr uint32_t kMenuItemChecked = 1;
+inline constexpr uint32_t kMenuItemUnchecked = 2;
+inline constexpr uint32_t kMenuItemHidden = 0xFFFFFFFF;
 
 // One entry of the context menu. The box writes toggled states back into the caller's array, so the array
 // must live as long as the box; the callback may read and change it.
@@ -44,13 +44,14 @@ struct FlexiInfoMenuItem {
 };
 
 // Why the callback runs.
-constexpr uint32_t kReasonRefresh = 0;  // before the first showing, by the timer or by checking the Auto box
-constexpr uint32_t kReasonOk = 1;
-constexpr uint32_t kReasonCancel = 2;
-constexpr uint32_t kReasonRefreshButton = 3;
-constexpr uint32_t kReasonMenu = 4;
+inline constexpr uint32_t kReasonRefresh =
+    0;  // before the first showing, by the timer or by checking the Auto box
+inline constexpr uint32_t kReasonOk = 1;
+inline constexpr uint32_t kReasonCancel = 2;
+inline constexpr uint32_t kReasonRefreshButton = 3;
+inline constexpr uint32_t kReasonMenu = 4;
 
-// What the box tells the callback. The box owns it; it lives as long as the box.
+// What the callback is given. The box owns it; it lives as long as the box.
 struct FlexiInfoEvent {
     HWND hwnd;           // the info box
     uint32_t reason;     // kReason...
@@ -68,13 +69,13 @@ struct FlexiInfoEvent {
 };
 
 // Results of the callback. Any other value is treated like FIR_Update.
-constexpr uint32_t FIR_NoChange = 0;
-constexpr uint32_t FIR_NormalIcon = 1;  // show the normal icon, update
-constexpr uint32_t FIR_Update = 2;
-constexpr uint32_t FIR_AlertIcon = 3;      // show the alert icon, update
-constexpr uint32_t FIR_StopAuto = 4;       // stop the auto-refresh, update
-constexpr uint32_t FIR_AlertStopAuto = 5;  // both of the above, update
-constexpr uint32_t FIR_CloseOk = 6;        // update, then close the box with kInfoBoxOk
+inline constexpr uint32_t FIR_NoChange = 0;
+inline constexpr uint32_t FIR_NormalIcon = 1;  // show the normal icon, update
+inline constexpr uint32_t FIR_Update = 2;
+inline constexpr uint32_t FIR_AlertIcon = 3;      // show the alert icon, update
+inline constexpr uint32_t FIR_StopAuto = 4;       // stop the auto-refresh, update
+inline constexpr uint32_t FIR_AlertStopAuto = 5;  // both of the above, update
+inline constexpr uint32_t FIR_CloseOk = 6;        // update, then close the box with kInfoBoxOk
 
 // Writes the complete new text, terminated, into `text`; lines may end in CR, LF or CR LF. `text` and
 // `textChars` are the buffer given to the entry point and textBufferChars. For kReasonOk and kReasonCancel
@@ -82,8 +83,8 @@ constexpr uint32_t FIR_CloseOk = 6;        // update, then close the box with kI
 using FlexiInfoRefreshProc = uint32_t (*)(void* refreshContext, FlexiInfoEvent* event, wchar_t* text,
                                           uint32_t textChars) noexcept;
 
-// The caller's wishes. Zero-fill it, set cbSize and what is wanted; a null or zero field takes its default.
-// The box copies the record at entry; only what it points to must live as long as the box.
+// What the caller wants. Zero-fill it, set cbSize and the fields wanted; a null or zero field takes its
+// default. The box copies the record at entry; only what it points to must live as long as the box.
 struct FlexiInfoParams {
     uint32_t cbSize;                   // not checked
     const wchar_t* title;              // "FlexiInfo"
@@ -98,7 +99,7 @@ struct FlexiInfoParams {
     int32_t autoRefreshMs;         // below 1: no auto-refresh, no Auto box
     uint8_t startDetached;         // open without an owner
     int32_t fontPointSize;         // of the built-in template: below 1 means 9, at least 6
-    uint32_t okDelayMs;            // so long OK and Cancel are disabled and closing beeps
+    uint32_t okDelayMs;            // OK and Cancel stay disabled this long; closing beeps
     const wchar_t* okText;         // null: no OK button
     const wchar_t* cancelText;     // null: no Cancel button
     const wchar_t* refreshText;    // "&Refresh"

@@ -20,8 +20,8 @@ HICON KindIcon(int32_t kind) noexcept {
 }  // namespace
 
 uint32_t InfoBoxKind(int32_t kind, HWND owner, const wchar_t* format, ...) noexcept {
-    FlexiInfoParams params{};
-    params.cbSize = sizeof params;
+    FlexiInfoParams params = {};
+    params.cbSize = sizeof(params);
     params.title = kTitle;
     params.normalIcon = KindIcon(kind);
     params.okText = L"OK";
@@ -34,8 +34,8 @@ uint32_t InfoBoxKind(int32_t kind, HWND owner, const wchar_t* format, ...) noexc
 }
 
 uint32_t InfoBoxAskYes(HWND owner, bool firstIsDefault, const wchar_t* format, ...) noexcept {
-    FlexiInfoParams params{};
-    params.cbSize = sizeof params;
+    FlexiInfoParams params = {};
+    params.cbSize = sizeof(params);
     params.title = kTitle;
     params.normalIcon = LoadIconW(nullptr, IDI_QUESTION);
     params.okText = L"&Yes";

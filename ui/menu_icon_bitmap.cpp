@@ -27,7 +27,7 @@ class SelectedBitmap {
 // Rows run bottom-up, as in every bitmap and buffer here.
 BITMAPINFO ArgbInfo(SIZE size) noexcept {
     BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
     info.bmiHeader.biWidth = size.cx;
     info.bmiHeader.biHeight = size.cy;
     info.bmiHeader.biPlanes = 1;
@@ -52,16 +52,16 @@ bool HasAlpha(const RGBQUAD* bits, int32_t rowPixels, SIZE size) noexcept {
 
 HRESULT TakeAlphaFromMask(RGBQUAD* bits, int32_t rowPixels, HBITMAP mask, SIZE size) noexcept {
     const auto pixels = static_cast<size_t>(size.cx) * static_cast<size_t>(size.cy);
-    const HeapArray<uint32_t> maskBits = AllocateArray<uint32_t>(pixels);
+    HeapArray<uint32_t> maskBits;
     const MemoryDc dc(CreateCompatibleDC(nullptr));
-    if (!maskBits || !dc) return E_OUTOFMEMORY;
+    if (!maskBits.Resize(pixels) || !dc) return E_OUTOFMEMORY;
     // What a smaller mask does not reach stays clear.
-    std::fill_n(maskBits.get(), pixels, 0u);
+    std::fill(maskBits.begin(), maskBits.end(), 0u);
     BITMAPINFO info = ArgbInfo(size);
-    if (GetDIBits(dc.get(), mask, 0, static_cast<UINT>(size.cy), maskBits.get(), &info, DIB_RGB_COLORS) == 0)
+    if (GetDIBits(dc.get(), mask, 0, static_cast<UINT>(size.cy), maskBits.data(), &info, DIB_RGB_COLORS) == 0)
         return E_UNEXPECTED;
 
-    const uint32_t* maskPixel = maskBits.get();
+    const uint32_t* maskPixel = maskBits.data();
     for (LONG y = 0; y < size.cy; ++y, bits += rowPixels)
         for (LONG x = 0; x < size.cx; ++x, ++maskPixel)
             if (*maskPixel != 0)
@@ -75,7 +75,7 @@ HRESULT TakeAlphaFromMask(RGBQUAD* bits, int32_t rowPixels, HBITMAP mask, SIZE s
 int32_t DrawWithAlpha(HDC target, HICON icon, SIZE size) noexcept {
     BLENDFUNCTION blend = {AC_SRC_OVER, 0, 255, AC_SRC_ALPHA};
     BP_PAINTPARAMS params = {};
-    params.cbSize = sizeof params;
+    params.cbSize = sizeof(params);
     params.dwFlags = BPPF_ERASE;
     params.pBlendFunction = &blend;
     const RECT area = {0, 0, size.cx, size.cy};
@@ -132,7 +132,7 @@ HRESULT menu_make_premultiplied(RGBQUAD* bits, int32_t rowPixels, HICON icon, SI
     if (HasAlpha(bits, rowPixels, size)) return S_OK;
     ICONINFO info = {};
     if (!GetIconInfo(icon, &info)) return E_FAIL;
-    const OwnedBitmap colour(info.hbmColor);
+    const OwnedBitmap color(info.hbmColor);
     const OwnedBitmap mask(info.hbmMask);
     return TakeAlphaFromMask(bits, rowPixels, mask.get(), size);
 }
@@ -144,7 +144,7 @@ int32_t menu_set_item_icon_argb(HMENU menu, UINT item, bool byPosition, HICON ic
     const int32_t error = MakeArgbBitmap(icon, made);
     if (error != kMenuIconOk) return Finish(error, made, bitmap);
     MENUITEMINFOW info = {};
-    info.cbSize = sizeof info;
+    info.cbSize = sizeof(info);
     info.fMask = MIIM_BITMAP;
     info.hbmpItem = made.get();
     const bool updated = SetMenuItemInfoW(menu, item, byPosition, &info) != FALSE;

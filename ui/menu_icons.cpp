@@ -28,7 +28,7 @@ int32_t SetIcons(HMENU menu, MenuIconItem* items, int32_t itemCount, bool themed
 // Icons share the column of the check marks instead of getting one beside it.
 void ShareCheckColumn(HMENU menu) noexcept {
     MENUINFO info = {};
-    info.cbSize = sizeof info;
+    info.cbSize = sizeof(info);
     info.fMask = MIM_STYLE;
     if (!GetMenuInfo(menu, &info)) return;
     info.dwStyle = (info.dwStyle | MNS_CHECKORBMP) & ~DWORD{MNS_NOCHECK};
@@ -37,7 +37,7 @@ void ShareCheckColumn(HMENU menu) noexcept {
 
 HBITMAP ItemBitmap(HMENU menu, UINT item) noexcept {
     MENUITEMINFOW info = {};
-    info.cbSize = sizeof info;
+    info.cbSize = sizeof(info);
     info.fMask = MIIM_BITMAP;
     return GetMenuItemInfoW(menu, item, FALSE, &info) ? info.hbmpItem : nullptr;
 }
@@ -47,7 +47,7 @@ void DeleteThemedBitmap(HMENU menu, const MenuIconItem& item) noexcept {
     const HBITMAP bitmap = ItemBitmap(menu, item.id);
     if (bitmap == nullptr) return;
     MENUITEMINFOW info = {};
-    info.cbSize = sizeof info;
+    info.cbSize = sizeof(info);
     info.fMask = MIIM_BITMAP;
     SetMenuItemInfoW(menu, item.id, FALSE, &info);
     DeleteObject(bitmap);

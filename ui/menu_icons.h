@@ -6,16 +6,16 @@
 #include "base/windows_api.h"
 
 // Results of the icon functions.
-constexpr int32_t kMenuIconOk = 0;
-constexpr int32_t kMenuIconBitmapFailed = -4;  // created or converted
-constexpr int32_t kMenuIconNotLoaded = -5;
-constexpr int32_t kMenuIconNoLoader = -6;  // the system has no loader of small icons
-constexpr int32_t kMenuIconNoIconInfo = -7;
-constexpr int32_t kMenuIconNoBits = -8;
-constexpr int32_t kMenuIconNotSelected = -9;
-constexpr int32_t kMenuIconNoBuffer = -10;
-constexpr int32_t kMenuIconItemNotUpdated = -11;
-constexpr int32_t kMenuIconLegacyFailed = -12;
+inline constexpr int32_t kMenuIconOk = 0;
+inline constexpr int32_t kMenuIconBitmapFailed = -4;  // created or converted
+inline constexpr int32_t kMenuIconNotLoaded = -5;
+inline constexpr int32_t kMenuIconNoLoader = -6;  // the system has no loader of small icons
+inline constexpr int32_t kMenuIconNoIconInfo = -7;
+inline constexpr int32_t kMenuIconNoBits = -8;
+inline constexpr int32_t kMenuIconNotSelected = -9;
+inline constexpr int32_t kMenuIconNoBuffer = -10;
+inline constexpr int32_t kMenuIconItemNotUpdated = -11;
+inline constexpr int32_t kMenuIconLegacyFailed = -12;
 
 struct MenuIconItem {
     uint32_t id;          // of the menu item

@@ -17,7 +17,7 @@ BOOL CALLBACK AddMonitor(HMONITOR monitor, HDC, RECT*, LPARAM parameter) noexcep
     auto& listing = *reinterpret_cast<Listing*>(parameter);
     if (listing.count < listing.capacity) {
         MONITORINFO information = {};
-        information.cbSize = sizeof information;
+        information.cbSize = sizeof(information);
         if (!GetMonitorInfoW(monitor, &information)) return FALSE;
         listing.records[listing.count] = {information.rcMonitor, information.rcWork,
                                           (information.dwFlags & MONITORINFOF_PRIMARY) != 0};
@@ -52,23 +52,28 @@ int32_t NearestMonitor(const MonitorRecord* records, int32_t count, POINT point)
     return static_cast<int32_t>(nearest - records);
 }
 
-POINT CentreOf(const RECT& rect) noexcept {
+POINT CenterOf(const RECT& rect) noexcept {
     return {static_cast<LONG>((int64_t{rect.left} + rect.right) / 2),
             static_cast<LONG>((int64_t{rect.top} + rect.bottom) / 2)};
 }
 
-// The part of a work area, from `first` up to `end`, that `length` units around `centre` take when they are
-// moved inside.
-struct Span {
-    LONG first;
-    LONG end;
-};
-Span FitSpan(LONG centre, LONG length, LONG first, LONG end) noexcept {
-    const int64_t wanted = int64_t{centre} - length / 2;
-    const int64_t nearShift = ShiftIntoRange(first, int64_t{end} - 1, wanted);
-    const int64_t farShift = ShiftIntoRange(int64_t{first} + 1, end, wanted + length);
-    const auto start = static_cast<LONG>(wanted + LargerShift(nearShift, farShift));
-    return {start, start + length};
+// Where `length` units that begin at `start` begin when they are moved into the range from `first` up to
+// `end`.
+LONG MoveInside(int64_t start, LONG length, LONG first, LONG end) noexcept {
+    const int64_t nearShift = ShiftIntoRange(first, int64_t{end} - 1, start);
+    const int64_t farShift = ShiftIntoRange(int64_t{first} + 1, end, start + length);
+    return static_cast<LONG>(start + LargerShift(nearShift, farShift));
+}
+
+SIZE LimitedTo(const RECT& area, int32_t width, int32_t height) noexcept {
+    return {std::min<LONG>(width, area.right - area.left), std::min<LONG>(height, area.bottom - area.top)};
+}
+
+// No larger than the area.
+RECT RectInside(const RECT& area, int64_t left, int64_t top, SIZE size) noexcept {
+    const LONG x = MoveInside(left, size.cx, area.left, area.right);
+    const LONG y = MoveInside(top, size.cy, area.top, area.bottom);
+    return {x, y, x + size.cx, y + size.cy};
 }
 
 // All monitors; the number of them, 0 when they cannot be listed.
@@ -76,9 +81,8 @@ int32_t ListAllMonitors(HeapArray<MonitorRecord>& records) noexcept {
     int32_t count = 4;
     for (;;) {
         const int32_t capacity = count;
-        records = AllocateArray<MonitorRecord>(static_cast<size_t>(capacity));
-        if (!records) return 0;
-        const DWORD error = monitor_list(records.get(), capacity, &count);
+        if (!records.Resize(static_cast<size_t>(capacity))) return 0;
+        const DWORD error = monitor_list(records.data(), capacity, &count);
         if (error == ERROR_SUCCESS) return count;
         if (error != ERROR_MORE_DATA) return 0;
     }
@@ -99,14 +103,17 @@ RectShift ShiftIntoRect(const RECT& rect, POINT point, bool inclusive) noexcept 
 
 FittedRect FitRectToMonitors(const MonitorRecord* records, int32_t count, const RECT& reference,
                              int32_t width, int32_t height) noexcept {
-    const POINT centre = CentreOf(reference);
-    const int32_t index = NearestMonitor(records, count, centre);
+    const POINT center = CenterOf(reference);
+    const int32_t index = NearestMonitor(records, count, center);
     const RECT& area = records[index].workArea;
-    const Span across =
-        FitSpan(centre.x, std::min<LONG>(width, area.right - area.left), area.left, area.right);
-    const Span down =
-        FitSpan(centre.y, std::min<LONG>(height, area.bottom - area.top), area.top, area.bottom);
-    return {{across.first, down.first, across.end, down.end}, index};
+    const SIZE size = LimitedTo(area, width, height);
+    return {RectInside(area, int64_t{center.x} - size.cx / 2, int64_t{center.y} - size.cy / 2, size), index};
+}
+
+RECT KeepRectOnMonitors(const MonitorRecord* records, int32_t count, const RECT& rect) noexcept {
+    const RECT& area = records[NearestMonitor(records, count, CenterOf(rect))].workArea;
+    return RectInside(area, rect.left, rect.top,
+                      LimitedTo(area, rect.right - rect.left, rect.bottom - rect.top));
 }
 
 DWORD monitor_list(MonitorRecord* records, int32_t capacity, int32_t* count) noexcept {
@@ -125,7 +132,13 @@ void rect_fit_to_monitor(RECT* fitted, const RECT* reference, int32_t width, int
     HeapArray<MonitorRecord> records;
     const int32_t count = ListAllMonitors(records);
     FittedRect result = {*reference, -1};
-    if (count > 0) result = FitRectToMonitors(records.get(), count, *reference, width, height);
+    if (count > 0) result = FitRectToMonitors(records.data(), count, *reference, width, height);
     *fitted = result.rect;
     if (monitorIndex != nullptr) *monitorIndex = result.monitorIndex;
+}
+
+void KeepRectOnMonitor(RECT& rect) noexcept {
+    HeapArray<MonitorRecord> records;
+    const int32_t count = ListAllMonitors(records);
+    if (count > 0) rect = KeepRectOnMonitors(records.data(), count, rect);
 }

@@ -15,13 +15,18 @@ struct MonitorRecord {
 // tells how many; otherwise the last error, 1 when that is 0, and *count stays untouched.
 DWORD monitor_list(MonitorRecord* records, int32_t capacity, int32_t* count) noexcept;
 
-// Places a rectangle of the given size, limited to the work area, centred on the reference rectangle, inside
-// the work area of the monitor that holds that centre, or else of the nearest. When the monitors cannot be
+// Places a rectangle of the given size, limited to the work area, centered on the reference rectangle, inside
+// the work area of the monitor that holds that center, or else of the nearest. When the monitors cannot be
 // listed the result is the reference rectangle and the index -1. `monitorIndex` may be null.
 void rect_fit_to_monitor(RECT* fitted, const RECT* reference, int32_t width, int32_t height,
                          int32_t* monitorIndex) noexcept;
 
-// The decisions behind it, over any records.
+// Moves a rectangle no further than needed into the work area of the monitor that holds its center, or else
+// of the nearest; what is larger than that work area is made to fit. Unchanged when the monitors cannot be
+// listed.
+void KeepRectOnMonitor(RECT& rect) noexcept;
+
+// The decisions behind these, over any records.
 struct FittedRect {
     RECT rect;
     int32_t monitorIndex;
@@ -30,6 +35,7 @@ struct FittedRect {
 // `count` is at least 1.
 FittedRect FitRectToMonitors(const MonitorRecord* records, int32_t count, const RECT& reference,
                              int32_t width, int32_t height) noexcept;
+RECT KeepRectOnMonitors(const MonitorRecord* records, int32_t count, const RECT& rect) noexcept;
 
 // Inclusive: left < x <= right, as for the far edge of a rectangle. Exclusive: left <= x < right, as for a
 // pixel or a near edge. The same for y.

@@ -16,7 +16,8 @@ HPAINTBUFFER ThemeBeginBufferedPaint(HDC target, const RECT* area, BP_BUFFERFORM
 HRESULT ThemeGetBufferedPaintBits(HPAINTBUFFER buffer, RGBQUAD** bits, int* rowPixels) noexcept;
 HRESULT ThemeEndBufferedPaint(HPAINTBUFFER buffer, bool update) noexcept;
 
-// The icon in the size of small icons, from an icon resource; the caller destroys it.
+// The icon in the size of small icons, from an icon resource; the caller destroys it. Its loader belongs to
+// the common controls that the module's activation context binds.
 HRESULT ThemeLoadSmallIcon(HINSTANCE module, const wchar_t* name, HICON* icon) noexcept;
 
 // Forgets the cached look-ups, for tests.

@@ -4,7 +4,7 @@
 
 #include "base/win32_handle.h"
 
-#include "sim/client/device_nodes.h"
+#include "sim/client/plugging.h"
 
 namespace {
 
@@ -14,9 +14,14 @@ using ServiceHandle = OwnedHandle<NullHandleTraits<SC_HANDLE, CloseServiceHandle
 
 constexpr wchar_t kDriverFile[] = L"tavix_sim.sys";
 constexpr wchar_t kCoinstallerFile[] = L"tavix_coinstaller.dll";
+constexpr wchar_t kTerminalFile[] = L"putty-x64.exe";
+constexpr wchar_t kSessionTemplateFile[] = L"putty-session.reg.template";
 constexpr const wchar_t* kPackageFiles[] = {
-    L"tavix_bus.inf", L"tavix_usb.inf", L"tavix_vcom.inf", kDriverFile, kCoinstallerFile,
+    L"tavix_bus.inf", L"tavix_usb.inf", L"tavix_vcom.inf",    kDriverFile,
+    kCoinstallerFile, kTerminalFile,    kSessionTemplateFile,
 };
+// Those that go into the system folder.
+constexpr const wchar_t* kSystemFiles[] = {kCoinstallerFile, kTerminalFile, kSessionTemplateFile};
 
 std::wstring SystemFolder() {
     wchar_t folder[MAX_PATH];
@@ -78,9 +83,9 @@ DWORD RefreshInstalledCopies(const std::wstring& packageFolder) {
         error = StopDriver();
         if (error == ERROR_SUCCESS) error = CopyChanged(newDriver, installedDriver);
     }
-    const std::wstring installedCoinstaller = SystemFolder() + kCoinstallerFile;
-    if (error == ERROR_SUCCESS && StampOf(installedCoinstaller).exists)
-        error = CopyChanged(packageFolder + L"\\" + kCoinstallerFile, installedCoinstaller);
+    if (!StampOf(SystemFolder() + kCoinstallerFile).exists) return error;
+    for (const wchar_t* name : kSystemFiles)
+        if (error == ERROR_SUCCESS) error = CopyChanged(packageFolder + L"\\" + name, SystemFolder() + name);
     return error;
 }
 

@@ -29,8 +29,15 @@ DWORD RefusalOf(HANDLE device, DWORD access) {
     const DWORD code = (access & (GENERIC_WRITE | GENERIC_ALL | FILE_WRITE_DATA)) != 0
                            ? kSimQueryOpenedForWriting
                            : kSimQueryOpened;
+    // The handle may have been opened for overlapped requests.
+    const KernelHandle done(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = done.get();
     DWORD returned = 0;
-    if (DeviceIoControl(device, code, nullptr, 0, nullptr, 0, &returned, nullptr)) return ERROR_SUCCESS;
+    BOOL accepted = DeviceIoControl(device, code, nullptr, 0, nullptr, 0, &returned, &overlapped);
+    if (!accepted && GetLastError() == ERROR_IO_PENDING)
+        accepted = GetOverlappedResult(device, &overlapped, &returned, TRUE);
+    if (accepted) return ERROR_SUCCESS;
     const DWORD error = GetLastError();
     return error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED || error == ERROR_INVALID_PARAMETER
                ? ERROR_SUCCESS

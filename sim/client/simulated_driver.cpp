@@ -239,6 +239,13 @@ DWORD SimulatedDriver::WriteUsbErrorLog(std::wstring_view usbInstanceId, std::ws
     return SendRecord(kSimWriteUsbErrLog, request);
 }
 
+DWORD SimulatedDriver::HoldUsbErrorLog(std::wstring_view usbInstanceId, bool locked) {
+    SimUsbErrLogHold_st request = {};
+    Fill(request.instanceId, usbInstanceId);
+    request.locked = locked ? 1 : 0;
+    return SendRecord(kSimHoldUsbErrLog, request);
+}
+
 DWORD SimulatedDriver::SetGlobalCfg(const GlobalCfg_st& cfg) {
     return SendRecord(kSimSetGlobalCfg, cfg);
 }

@@ -60,7 +60,7 @@ class SimulatedDriver {
     DWORD QueryInfo(SimInfo_st& info);
 
     // ---- devices. A name is a Huid or an instance ID without its first component; an instance ID is a whole
-    // one. Tells the driver of the device; the device node is made by PlugUsbDevice of device_nodes.h, which
+    // one. Tells the driver of the device; the device node is made by PlugUsbDevice of plugging.h, which
     // also calls this.
     DWORD Plug(const UsbIdentity& identity, const PlugOptions& options = {});
     DWORD Unplug(std::wstring_view usbInstanceId);
@@ -83,6 +83,9 @@ class SimulatedDriver {
     DWORD SetUsbErrStat(std::wstring_view name, const UsbErrStat_st& stat);
     // Appends one episode to the log file of the USB device.
     DWORD WriteUsbErrorLog(std::wstring_view usbInstanceId, std::wstring_view text);
+    // Keeps that file open for writing, in place of the one before. `locked` keeps everybody else out.
+    DWORD HoldUsbErrorLog(std::wstring_view usbInstanceId, bool locked);
+    DWORD ReleaseUsbErrorLog() { return HoldUsbErrorLog({}, false); }
 
     // ---- global records
     DWORD SetGlobalCfg(const GlobalCfg_st& cfg);

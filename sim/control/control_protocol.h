@@ -52,11 +52,12 @@ constexpr uint32_t kSimSetDosLink = SimControlCode(0x818);      // SimDosLink_st
 // platforms do not wait for the driver's answer to an opening.
 constexpr uint32_t kSimQueryOpened = SimControlCode(0x819);
 constexpr uint32_t kSimQueryOpenedForWriting = kSimQueryOpened | kTavixWriteAccess << 14;
+constexpr uint32_t kSimHoldUsbErrLog = SimControlCode(0x81A);  // SimUsbErrLogHold_st -> none
 
 // ---- Sizes ------------------------------------------------------------------------------------------------
 constexpr size_t kSimIdChars = 200;
 constexpr size_t kSimHuidChars = 64;
-constexpr size_t kSimMaxDevices = 32;
+constexpr size_t kSimMaxDevices = 144;
 constexpr size_t kSimIrpTextChars = kIrpStateTextBytes / 2;
 constexpr size_t kSimLogTextChars = 1000;
 constexpr size_t kSimTweakCount = 4;
@@ -145,7 +146,10 @@ enum SimDeviceFieldId : uint32_t {
     kSimFieldSetCfgResult,        // number; word returned by SetVcomCfg, 0: the true one
     kSimFieldBlindRun,            // number
     kSimFieldUpstreamRate,        // number: bytes per second that the device sends by itself
-    kSimFieldDownstreamRate,      // number: bytes per second that are sent to it by themselves
+    kSimFieldDownstreamRate,      // number: bytes per second that are written to its VCOM by themselves
+    kSimFieldReadRate,            // number: bytes per second that the VCOM's user reads of them; 0: all
+    kSimFieldSendRate,            // number: bytes per second that the device takes of them; 0: all
+    kSimFieldMiscount,            // number: bytes that the driver counts too many in each direction
     kSimFieldHuid,                // text; the value "NowHuid", written as it is: empty removes the value
     kSimFieldLastStartup,         // 64-bit number: the value "UsbdLastStartupSuccessUemsec"
     kSimFieldCount
@@ -243,6 +247,13 @@ struct SimUsbErrLog_st {
     wchar_t text[kSimLogTextChars];  // empty: only the separator line
 };
 static_assert(sizeof(SimUsbErrLog_st) == 2400 && kIsWireRecord<SimUsbErrLog_st>);
+
+// Keeps the USB device's log file open for writing, until another one is held or the driver is reset.
+struct SimUsbErrLogHold_st {
+    wchar_t instanceId[kSimIdChars];  // empty: none is held any more
+    uint32_t locked;                  // 1: nobody else may open the file; 0: everybody may
+};
+static_assert(sizeof(SimUsbErrLogHold_st) == 404 && kIsWireRecord<SimUsbErrLogHold_st>);
 
 // A DOS device name of the test's choice, for example one that another driver has taken.
 struct SimDosLink_st {

@@ -10,8 +10,8 @@
 #include <cfgmgr32.h>
 
 #include "base/win32_handle.h"
-#include "sim/client/device_nodes.h"
 #include "sim/client/package.h"
+#include "sim/client/plugging.h"
 #include "sim/client/simulated_driver.h"
 #include "sim/shim/platform_shim.h"
 
@@ -47,13 +47,13 @@ bool Succeeded(const char* what, DWORD error) {
 
 struct OpenedNode {
     explicit OpenedNode(const std::wstring& instanceId) : set(SetupDiCreateDeviceInfoList(nullptr, nullptr)) {
-        element.cbSize = sizeof element;
+        element.cbSize = sizeof(element);
         found = SetupDiOpenDeviceInfoW(set.get(), instanceId.c_str(), nullptr, 0, &element) != FALSE;
     }
     std::wstring Text(DWORD property) {
         wchar_t text[200] = {};
         SetupDiGetDeviceRegistryPropertyW(set.get(), &element, property, nullptr,
-                                          reinterpret_cast<BYTE*>(text), sizeof text - sizeof(wchar_t),
+                                          reinterpret_cast<BYTE*>(text), sizeof(text) - sizeof(wchar_t),
                                           nullptr);
         return text;
     }
@@ -63,13 +63,13 @@ struct OpenedNode {
         if (opened == INVALID_HANDLE_VALUE) return {};
         const RegistryKey key(opened);
         wchar_t text[200] = {};
-        DWORD bytes = sizeof text;
+        DWORD bytes = sizeof(text);
         RegGetValueW(opened, nullptr, L"CoInstallers32", RRF_RT_REG_MULTI_SZ, nullptr, text, &bytes);
         return text;
     }
 
     DeviceInfoList set;
-    SP_DEVINFO_DATA element{};
+    SP_DEVINFO_DATA element = {};
     bool found = false;
 };
 
@@ -94,7 +94,7 @@ bool CallForPostProcessing(OpenedNode& vcom) {
     const LoadedLibrary library(LoadLibraryW(L"tavix_coinstaller.dll"));
     auto* entry = reinterpret_cast<CoinstallerFunction*>(GetProcAddress(library.get(), "TavixCoInstaller"));
     if (!entry) return Succeeded("load the coinstaller", GetLastError());
-    COINSTALLER_CONTEXT_DATA context{};
+    COINSTALLER_CONTEXT_DATA context = {};
     const DWORD first = entry(DIF_INSTALLDEVICE, vcom.set.get(), &vcom.element, &context);
     context.PostProcessing = TRUE;
     const DWORD second = entry(DIF_INSTALLDEVICE, vcom.set.get(), &vcom.element, &context);
@@ -124,7 +124,7 @@ bool TellPort(const SimDeviceState_st& device) {
 // A number of the driver's Parameters key; "not set" when there is none.
 std::string Parameter(const wchar_t* name) {
     DWORD number = 0;
-    DWORD bytes = sizeof number;
+    DWORD bytes = sizeof(number);
     const LSTATUS error =
         RegGetValueW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\services\\Qrv_tavix\\Parameters", name,
                      RRF_RT_REG_DWORD, nullptr, &number, &bytes);
@@ -181,7 +181,7 @@ void TellRemoveNotices(SimulatedDriver& driver) {
         std::string bytes;
         for (size_t index = 0; index < used; ++index) {
             char text[4];
-            std::snprintf(text, sizeof text, "%02x ", request.input[index]);
+            std::snprintf(text, sizeof(text), "%02x ", request.input[index]);
             bytes += text;
         }
         Tell("   the remove notice: %sand zeros up to %zu bytes", bytes.c_str(), request.input.size());

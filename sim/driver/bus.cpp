@@ -92,7 +92,7 @@ DEVICE_OBJECT* CreateVcomObject(const SimDevice& device) {
         return nullptr;
     VcomExtension& extension = VcomExtensionOf(vcom);
     RtlZeroMemory(&extension, sizeof(extension));
-    extension.kind = DeviceKind::kVcom;
+    extension.kind = ExtensionKind::kVcom;
     CopyText(extension.huid, kSimHuidChars, device.huid, kSimHuidChars);
     CopyText(extension.kernelName, kKernelNameChars, name.get(), name.capacity());
     vcom->Flags |= DO_BUFFERED_IO;
@@ -126,7 +126,7 @@ NTSTATUS AddBusDevice(DRIVER_OBJECT* driver, DEVICE_OBJECT* physical) {
     if (!NT_SUCCESS(status)) return status;
     BusExtension& extension = BusExtensionOf(device);
     RtlZeroMemory(&extension, sizeof(extension));
-    extension.kind = DeviceKind::kBus;
+    extension.kind = ExtensionKind::kBus;
     extension.physical = physical;
     GUID interfaceClass;
     static_assert(sizeof(interfaceClass) == sizeof(kVbusInterfaceClass));

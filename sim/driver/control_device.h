@@ -1,12 +1,12 @@
-// The part of the private interface that is about one simulated device. The caller holds the ModelLock.
+// The private interface: a table row and a function for each thing that a test can ask of the simulation.
 #pragma once
 
-#include "sim/driver/requests.h"
+#include "sim/driver/kernel.h"
 
-NTSTATUS PlugDevice(RequestCall& call);
-NTSTATUS UnplugDevice(RequestCall& call);
-NTSTATUS ForgetDevice(RequestCall& call);
-NTSTATUS ListDevices(RequestCall& call);
-NTSTATUS SetDeviceField(RequestCall& call);
-NTSTATUS SetFlowpath(RequestCall& call);
-NTSTATUS SetUsbErrStat(RequestCall& call);
+NTSTATUS CreateControlDevice(DRIVER_OBJECT* driver);
+void DeleteControlDevice();
+
+NTSTATUS HandleControlRequest(IRP* irp);
+
+// Everything back to the state after loading. Without the ModelLock.
+void ResetSimulation();

@@ -1,6 +1,6 @@
 // Where the system enters the driver, and which device object serves which request.
 #include "sim/driver/bus.h"
-#include "sim/driver/control.h"
+#include "sim/driver/control_device.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/pending.h"
 #include "sim/driver/request_log.h"
@@ -55,31 +55,32 @@ NTSTATUS FinishOpen(IRP* irp, const Opening& opening) {
 
 NTSTATUS NTAPI DispatchCreate(DEVICE_OBJECT* device, IRP* irp) {
     switch (ExtensionOf(device).kind) {
-        case DeviceKind::kBus:
+        case ExtensionKind::kBus:
             return FinishOpen(irp,
                               OpenBus(IoGetCurrentIrpStackLocation(irp)->Parameters.Create.SecurityContext));
-        case DeviceKind::kVcom:
+        case ExtensionKind::kVcom:
             return FinishOpen(irp, {OpenVcom(device), false});
-        case DeviceKind::kControl:
+        case ExtensionKind::kControl:
             break;
     }
     return CompleteIrp(irp, STATUS_SUCCESS);
 }
 
 NTSTATUS NTAPI DispatchClose(DEVICE_OBJECT* device, IRP* irp) {
-    if (ExtensionOf(device).kind == DeviceKind::kVcom && RefusalOf(irp) == STATUS_SUCCESS) CloseVcom(device);
+    if (ExtensionOf(device).kind == ExtensionKind::kVcom && RefusalOf(irp) == STATUS_SUCCESS)
+        CloseVcom(device);
     return CompleteIrp(irp, STATUS_SUCCESS);
 }
 
 NTSTATUS NTAPI DispatchRead(DEVICE_OBJECT* device, IRP* irp) {
     if (RefusalOf(irp) != STATUS_SUCCESS) return CompleteIrp(irp, RefusalOf(irp));
-    if (ExtensionOf(device).kind == DeviceKind::kVcom) return ReadVcom(device, irp);
+    if (ExtensionOf(device).kind == ExtensionKind::kVcom) return ReadVcom(device, irp);
     return CompleteIrp(irp, STATUS_INVALID_DEVICE_REQUEST);
 }
 
 NTSTATUS NTAPI DispatchWrite(DEVICE_OBJECT* device, IRP* irp) {
     if (RefusalOf(irp) != STATUS_SUCCESS) return CompleteIrp(irp, RefusalOf(irp));
-    if (ExtensionOf(device).kind == DeviceKind::kVcom) return WriteVcom(device, irp);
+    if (ExtensionOf(device).kind == ExtensionKind::kVcom) return WriteVcom(device, irp);
     return CompleteIrp(irp, STATUS_INVALID_DEVICE_REQUEST);
 }
 
@@ -88,11 +89,11 @@ NTSTATUS NTAPI DispatchDeviceControl(DEVICE_OBJECT* device, IRP* irp) {
     const ULONG code = IoGetCurrentIrpStackLocation(irp)->Parameters.DeviceIoControl.IoControlCode;
     if (code == kSimQueryOpened || code == kSimQueryOpenedForWriting) return CompleteIrp(irp, STATUS_SUCCESS);
     switch (ExtensionOf(device).kind) {
-        case DeviceKind::kBus:
+        case ExtensionKind::kBus:
             return HandleBusRequest(device, irp);
-        case DeviceKind::kControl:
+        case ExtensionKind::kControl:
             return HandleControlRequest(irp);
-        case DeviceKind::kVcom:
+        case ExtensionKind::kVcom:
             break;
     }
     return CompleteIrp(irp, STATUS_INVALID_DEVICE_REQUEST);
@@ -100,11 +101,11 @@ NTSTATUS NTAPI DispatchDeviceControl(DEVICE_OBJECT* device, IRP* irp) {
 
 NTSTATUS NTAPI DispatchPnp(DEVICE_OBJECT* device, IRP* irp) {
     switch (ExtensionOf(device).kind) {
-        case DeviceKind::kBus:
+        case ExtensionKind::kBus:
             return HandleBusPnp(device, irp);
-        case DeviceKind::kVcom:
+        case ExtensionKind::kVcom:
             return HandleVcomPnp(device, irp);
-        case DeviceKind::kControl:
+        case ExtensionKind::kControl:
             break;
     }
     return CompleteIrp(irp, STATUS_INVALID_DEVICE_REQUEST);

@@ -5,10 +5,10 @@
 #include "sim/control/control_protocol.h"
 #include "sim/driver/kernel.h"
 
-enum class DeviceKind : uint32_t { kControl, kBus, kVcom };
+enum class ExtensionKind : uint32_t { kControl, kBus, kVcom };
 
 struct DeviceExtension {
-    DeviceKind kind;
+    ExtensionKind kind;
 };
 
 struct BusExtension : DeviceExtension {

@@ -1,7 +1,9 @@
 #include "sim/driver/model.h"
 
 #include "sim/driver/bus.h"
+#include "sim/driver/registry_state.h"
 #include "sim/driver/text.h"
+#include "sim/driver/traffic.h"
 
 SimModel g_model;
 
@@ -140,6 +142,7 @@ void SetPortName(SimDevice& device, const wchar_t* text, size_t textChars) {
 
 void SetOnline(SimDevice& device, bool online) {
     if (device.online == online) return;
+    AdvanceTraffic(device);
     device.online = online;
     UsbErrStat_st& errors = device.errors;
     if (online) {
@@ -154,26 +157,8 @@ void SetOnline(SimDevice& device, bool online) {
         errors.lastOfflineTime = NowFiletime();
         ++device.flowpath.histOfflines;
         ++device.flowpath.histOfflineIncrease;
+        StoreHistory(device);
     }
-}
-
-void AdvanceTraffic(SimDevice& device) {
-    const uint64_t now = NowFiletime();
-    constexpr uint64_t unitsPerSecond = 10000000;
-    // In tenths of a millisecond: rates below 2^32 and intervals of days stay inside 64 bits.
-    const uint64_t elapsed = now > device.trafficSince ? now - device.trafficSince : 0;
-    const uint64_t upstream = elapsed / 1000 * device.upstreamRate / (unitsPerSecond / 1000);
-    const uint64_t downstream = elapsed / 1000 * device.downstreamRate / (unitsPerSecond / 1000);
-    // Too short an interval for one byte is counted the next time.
-    if (upstream == 0 && downstream == 0 && (device.upstreamRate | device.downstreamRate) != 0) return;
-    device.trafficSince = now;
-    FlowpathStat_st& stat = device.flowpath;
-    stat.usbReceivedBytes += upstream;
-    stat.vcomReadBytes += upstream;
-    stat.histUsbReadBytes += upstream;
-    stat.vcomWrittenBytes += downstream;
-    stat.usbSentBytes += downstream;
-    stat.histUsbWrittenBytes += downstream;
 }
 
 void MakeHuid(SimDevice& device) {

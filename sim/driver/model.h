@@ -6,6 +6,12 @@
 #include "sim/control/control_protocol.h"
 #include "sim/driver/kernel.h"
 
+// What flows in one direction by itself, in bytes per second.
+struct SimStream {
+    uint64_t rate;
+    uint64_t takenRate;  // by the receiver; 0: as fast as it comes
+};
+
 // One USB device with its VCOM, or a dangle VCOM, which has no USB device behind it.
 struct SimDevice {
     bool known;        // the slot is in use
@@ -20,8 +26,9 @@ struct SimDevice {
     UsbdInfo_st identity;  // its paths and flags are filled when it is reported
     FlowpathStat_st flowpath;
     uint64_t trafficSince;  // FILETIME up to which the rates are counted in
-    uint64_t upstreamRate;  // bytes per second
-    uint64_t downstreamRate;
+    SimStream upstream;
+    SimStream downstream;
+    uint64_t miscount;  // bytes that U1 and D1 are told too high
     UsbErrStat_st errors;
     uint32_t declaredOpenerPid;
     uint32_t cfgResult;
@@ -70,9 +77,6 @@ void SetPortName(SimDevice& device, const wchar_t* text, size_t textChars);
 
 // Goes offline or comes back; counts and stamps it as the product is told about it.
 void SetOnline(SimDevice& device, bool online);
-
-// Adds what has flowed by itself since the last call.
-void AdvanceTraffic(SimDevice& device);
 
 // A Huid that no known device has: "1&2", "1&3", ...
 void MakeHuid(SimDevice& device);

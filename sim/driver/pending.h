@@ -12,7 +12,7 @@ struct WaitingRequest {
     MetFault fault;
 };
 
-// Takes the request over and marks its IRP pending; false when it is to be cancelled already or memory is
+// Takes the request over and marks its IRP pending; false when it is to be canceled already or memory is
 // missing. The caller holds the ModelLock.
 bool KeepWaiting(IRP* irp, uint64_t sequence, const MetFault& fault);
 

@@ -3,5 +3,5 @@
 
 #include "sim/driver/model.h"
 
-// Fills all kPortNameCount states as seen by this device's VCOM. The caller holds the ModelLock.
-void FillPortTable(const SimDevice& device, uint32_t* states);
+// Fills all kPortNameCount states as the viewer's VCOM sees them. The caller holds the ModelLock.
+void FillPortTable(const SimDevice& viewer, uint32_t* states);

@@ -135,6 +135,18 @@ void StoreUsbNodesAbsent() {
     });
 }
 
+void StoreHistoryOf(const wchar_t* instanceId, const FlowpathStat_st& stat) {
+    KernelHandleOwner key;
+    if (!OpenHardwareKey(instanceId, key)) return;
+    SetQword(key, L"histUsbdOfflines", stat.histOfflines);
+    SetQword(key, L"histUsbOUTerrors", stat.histUsbOutErrors);
+    SetQword(key, L"histUsbINerrors", stat.histUsbInErrors);
+    SetQword(key, L"histVcomWriteDiscards", stat.histWriteDiscardBytes);
+    SetQword(key, L"histUsbWrittenBytes", stat.histUsbWrittenBytes);
+    SetQword(key, L"histUsbReadDiscards", stat.histReadDiscardBytes);
+    SetQword(key, L"histUsbReadBytes", stat.histUsbReadBytes);
+}
+
 bool BeginsWith(const wchar_t* text, size_t textChars, const wchar_t* prefix, size_t prefixChars) {
     return textChars >= prefixChars && IsSameText(text, prefixChars, prefix, prefixChars);
 }
@@ -159,16 +171,10 @@ void StoreLastStartup(const SimDevice& device, uint64_t uemsec) {
 }
 
 void StoreHistory(const SimDevice& device) {
-    KernelHandleOwner key;
-    if (!OpenHardwareKey(device.instanceId, key)) return;
-    const FlowpathStat_st& stat = device.flowpath;
-    SetQword(key, L"histUsbdOfflines", stat.histOfflines);
-    SetQword(key, L"histUsbOUTerrors", stat.histUsbOutErrors);
-    SetQword(key, L"histUsbINerrors", stat.histUsbInErrors);
-    SetQword(key, L"histVcomWriteDiscards", stat.histWriteDiscardBytes);
-    SetQword(key, L"histUsbWrittenBytes", stat.histUsbWrittenBytes);
-    SetQword(key, L"histUsbReadDiscards", stat.histReadDiscardBytes);
-    SetQword(key, L"histUsbReadBytes", stat.histUsbReadBytes);
+    StoreHistoryOf(device.instanceId, device.flowpath);
+    wchar_t vcomId[kSimIdChars];
+    VcomInstanceId(device, vcomId);
+    if (vcomId[0] != 0) StoreHistoryOf(vcomId, device.flowpath);
 }
 
 void StoreVcomNames(const SimDevice& device) {

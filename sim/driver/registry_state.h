@@ -10,7 +10,7 @@ void StoreNowHuid(const SimDevice& device, const wchar_t* huid);
 // "UsbdLastStartupSuccessUemsec" of the USB device, milliseconds since 1970-01-01 UTC.
 void StoreLastStartup(const SimDevice& device, uint64_t uemsec);
 
-// The seven lifetime counters of the USB device.
+// The seven lifetime counters, for the USB device and for its VCOM.
 void StoreHistory(const SimDevice& device);
 
 // Friendly name and port name of the VCOM's device node.

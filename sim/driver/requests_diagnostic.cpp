@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t kDangleCount = 2;
+constexpr uint32_t kDangleCount = 4;
 
 using IrpText = TextBuilder<kSimIrpTextChars>;
 

@@ -2,6 +2,7 @@
 // is offline.
 #include "sim/driver/registry_state.h"
 #include "sim/driver/requests.h"
+#include "sim/driver/traffic.h"
 
 namespace {
 
@@ -23,7 +24,10 @@ NTSTATUS GetFlowpathStat(RequestCall& call) {
     SimDevice* device = FindFlowpath(call);
     if (device == nullptr) return STATUS_DEVICE_NOT_CONNECTED;
     AdvanceTraffic(*device);
-    call.Output<FlowpathStat_st>() = device->flowpath;
+    auto& reply = call.Output<FlowpathStat_st>();
+    reply = device->flowpath;
+    reply.usbReceivedBytes += device->miscount;
+    reply.vcomWrittenBytes += device->miscount;
     return STATUS_SUCCESS;
 }
 

@@ -9,10 +9,12 @@ void CopyReported(wchar_t* out, size_t outChars, const wchar_t* reported, const 
     CopyText(out, outChars, reported[0] != 0 ? reported : real, kSimIdChars);
 }
 
-// Each of the four recovery actions counts where the error statistics show it.
+// Each of the four recovery actions counts where the error statistics show it. Unlike other requests these
+// need the USB device itself, and say so when it is offline.
 NTSTATUS Tweak(RequestCall& call, uint32_t index, uint32_t RecoverActions_st::*action) {
     SimDevice* device = FindByName(call.Input<DeviceName_st>());
-    if (device == nullptr || !device->online) return STATUS_DEVICE_NOT_CONNECTED;
+    if (device == nullptr) return STATUS_DEVICE_NOT_CONNECTED;
+    if (!device->online) return STATUS_OBJECT_NAME_NOT_FOUND;
     ++device->tweakCounts[index];
     ++(device->errors.sinceOnline.*action);
     ++(device->errors.totals.*action);

@@ -47,6 +47,7 @@ NTSTATUS StartVcom(DEVICE_OBJECT* device) {
     if (const SimDevice* owner = DeviceOfVcom(device)) {
         // The device node's registry key exists from now on.
         StoreVcomNames(*owner);
+        StoreHistory(*owner);
         StoreVcomPresence(*owner, true);
     }
     return STATUS_SUCCESS;

@@ -42,8 +42,8 @@ size_t LeastParamsBytes(DI_FUNCTION function) {
 
 // Windows notes in the install parameters whether class-install parameters are there.
 bool MarkInstallParams(HDEVINFO set, PSP_DEVINFO_DATA element, bool present) {
-    SP_DEVINSTALL_PARAMS_W installParams{};
-    installParams.cbSize = sizeof installParams;
+    SP_DEVINSTALL_PARAMS_W installParams = {};
+    installParams.cbSize = sizeof(installParams);
     if (!SetupDiGetDeviceInstallParamsW(set, element, &installParams)) return false;
     if (present) {
         installParams.Flags |= DI_CLASSINSTALLPARAMS;

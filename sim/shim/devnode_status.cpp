@@ -22,7 +22,7 @@ RegistryKey OpenMachineKey(const std::wstring& path) {
 
 DWORD NumberIn(const RegistryKey& key, const wchar_t* name) {
     DWORD number = 0;
-    DWORD bytes = sizeof number;
+    DWORD bytes = sizeof(number);
     RegGetValueW(key.get(), nullptr, name, RRF_RT_REG_DWORD, nullptr, &number, &bytes);
     return number;
 }

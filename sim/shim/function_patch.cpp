@@ -18,7 +18,7 @@ void WriteFarJump(uint8_t* place, const uint8_t* destination) {
     const auto address = reinterpret_cast<uint64_t>(destination);
     place[0] = 0x48;
     place[1] = 0xB8;
-    std::memcpy(place + 2, &address, sizeof address);
+    std::memcpy(place + 2, &address, sizeof(address));
     place[10] = 0xFF;
     place[11] = 0xE0;
 }
@@ -27,7 +27,7 @@ void WriteFarJump(uint8_t* place, const uint8_t* destination) {
 void WriteNearJump(uint8_t* place, const uint8_t* destination) {
     const auto distance = static_cast<int32_t>(destination - (place + kNearJumpBytes));
     place[0] = 0xE9;
-    std::memcpy(place + 1, &distance, sizeof distance);
+    std::memcpy(place + 1, &distance, sizeof(distance));
 }
 
 class WritableCode {

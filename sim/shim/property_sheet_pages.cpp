@@ -53,11 +53,11 @@ void KeepCoinstallersLoaded(HDEVINFO set, PSP_DEVINFO_DATA element) {
 bool CollectPages(HDEVINFO set, PSP_DEVINFO_DATA element, DI_FUNCTION function,
                   SP_ADDPROPERTYPAGE_DATA& pages) {
     pages = {};
-    pages.ClassInstallHeader = {sizeof pages.ClassInstallHeader, function};
-    if (!SetClassInstallParams(set, element, &pages.ClassInstallHeader, sizeof pages)) return false;
+    pages.ClassInstallHeader = {sizeof(pages.ClassInstallHeader), function};
+    if (!SetClassInstallParams(set, element, &pages.ClassInstallHeader, sizeof(pages))) return false;
     // No class installer takes these codes here, so that the call itself reports that nothing was done.
     SetupDiCallClassInstaller(function, set, element);
-    const BOOL read = GetClassInstallParams(set, element, &pages.ClassInstallHeader, sizeof pages, nullptr);
+    const BOOL read = GetClassInstallParams(set, element, &pages.ClassInstallHeader, sizeof(pages), nullptr);
     SetClassInstallParams(set, element, nullptr, 0);
     return read != FALSE;
 }

@@ -158,29 +158,61 @@ struct DeviceAndTexts {
 };
 
 void AddCounters(CLI::App& app, Session& session) {
-    CLI::App* command =
-        app.add_subcommand("counters", "Set the Flowpath counters of a device, or let them run");
+    CLI::App* command = app.add_subcommand("counters", "Set the Flowpath counters of a device");
     command->footer(NamesOf(kCounters));
     auto arguments = std::make_shared<DeviceAndTexts>();
-    auto up = std::make_shared<int64_t>(-1);
-    auto down = std::make_shared<int64_t>(-1);
     command->add_option("DEVICE", arguments->device)->required();
-    command->add_option("NAME=NUMBER", arguments->texts, "all others become 0");
-    command->add_option("--up-rate", *up, "bytes per second that the device sends by itself");
-    command->add_option("--down-rate", *down, "bytes per second that are sent to it by themselves");
-    OnDriver(command, session, [arguments, up, down](SimulatedDriver& driver) -> DWORD {
-        const std::wstring device = Wide(arguments->device);
+    command->add_option("NAME=NUMBER", arguments->texts, "all others become 0")->required();
+    OnDriver(command, session, [arguments](SimulatedDriver& driver) -> DWORD {
         FlowpathStat_st stat = {};
         for (const std::string& text : arguments->texts)
             if (!Assign(kCounters, &stat, text)) return ERROR_INVALID_NAME;
-        DWORD error = ERROR_SUCCESS;
-        if (!arguments->texts.empty()) error = driver.SetFlowpath(device, stat);
-        if (error == ERROR_SUCCESS && *up >= 0)
-            error = driver.SetNumber(device, kSimFieldUpstreamRate, static_cast<uint64_t>(*up));
-        if (error == ERROR_SUCCESS && *down >= 0)
-            error = driver.SetNumber(device, kSimFieldDownstreamRate, static_cast<uint64_t>(*down));
-        return error;
+        return driver.SetFlowpath(Wide(arguments->device), stat);
     });
+}
+
+struct Transfer {
+    std::string device;
+    uint32_t up = 0;
+    uint32_t down = 0;
+    uint32_t taken = 0;
+    uint32_t sent = 0;
+    uint64_t miscount = 0;
+};
+
+DWORD StartTransfer(SimulatedDriver& driver, const Transfer& transfer) {
+    const std::pair<SimDeviceFieldId, uint64_t> fields[] = {{kSimFieldReadRate, transfer.taken},
+                                                            {kSimFieldSendRate, transfer.sent},
+                                                            {kSimFieldUpstreamRate, transfer.up},
+                                                            {kSimFieldDownstreamRate, transfer.down},
+                                                            {kSimFieldMiscount, transfer.miscount}};
+    for (const auto& [field, number] : fields) {
+        const DWORD error = driver.SetNumber(Wide(transfer.device), field, number);
+        if (error != ERROR_SUCCESS) return error;
+    }
+    return ERROR_SUCCESS;
+}
+
+void AddTransfer(CLI::App& app, Session& session) {
+    CLI::App* command = app.add_subcommand(
+        "transfer", "Let data flow through a device until the next \"transfer\"; without rates it stops");
+    command->footer(
+        "Both directions in a steady flow, then a reader that is too slow, then a stop:\n"
+        "  simctl transfer 1&2 --up 200000 --down 50000\n"
+        "  simctl transfer 1&2 --up 200000 --read 150000\n"
+        "  simctl transfer 1&2");
+    auto transfer = std::make_shared<Transfer>();
+    command->add_option("DEVICE", transfer->device)->required();
+    command->add_option("--up", transfer->up, "bytes per second that the device sends");
+    command->add_option("--down", transfer->down, "bytes per second that are written to the VCOM");
+    command->add_option("--read", transfer->taken,
+                        "bytes per second that the VCOM's user reads; less than --up fills the buffer");
+    command->add_option("--send", transfer->sent,
+                        "bytes per second that the device takes; less than --down fills the buffer");
+    command->add_option("--miscount", transfer->miscount,
+                        "bytes that the driver counts too many in each direction");
+    OnDriver(command, session,
+             [transfer](SimulatedDriver& driver) { return StartTransfer(driver, *transfer); });
 }
 
 void AddErrors(CLI::App& app, Session& session) {
@@ -197,6 +229,18 @@ void AddErrors(CLI::App& app, Session& session) {
         for (const std::string& text : arguments->texts)
             if (!AssignBucket(stat, text) && !Assign(kErrorFields, &stat, text)) return ERROR_INVALID_NAME;
         return driver.SetUsbErrStat(Wide(arguments->device), stat);
+    });
+}
+
+void AddHoldLog(CLI::App& app, Session& session) {
+    CLI::App* command = app.add_subcommand(
+        "hold-log", "Keep the error log of a USB device open for writing, or without ID none");
+    auto id = std::make_shared<std::string>();
+    auto locked = std::make_shared<bool>(false);
+    command->add_option("ID", *id);
+    command->add_flag("--locked", *locked, "nobody else may open the file");
+    OnDriver(command, session, [id, locked](SimulatedDriver& driver) -> DWORD {
+        return driver.HoldUsbErrorLog(Wide(*id), *locked);
     });
 }
 
@@ -242,6 +286,7 @@ void AddDeviceCommands(CLI::App& app, Session& session) {
                              [](SimulatedDriver& driver, const std::wstring& id, const std::string& text) {
                                  return driver.WriteUsbErrorLog(id, Wide(text) + L"\r\n");
                              });
+    AddHoldLog(app, session);
     CLI::App* set =
         app.add_subcommand("set", "Set a field of a device; an empty text gives it back to the model");
     set->footer(FieldHelp());
@@ -253,5 +298,6 @@ void AddDeviceCommands(CLI::App& app, Session& session) {
         return SetField(driver, (*arguments)[0], (*arguments)[1], (*arguments)[2]);
     });
     AddCounters(app, session);
+    AddTransfer(app, session);
     AddErrors(app, session);
 }

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "sim/client/device_nodes.h"
+#include "sim/client/plugging.h"
 #include "sim/simctl/commands.h"
 #include "sim/simctl/console.h"
 

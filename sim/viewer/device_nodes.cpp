@@ -44,7 +44,7 @@ std::wstring DeviceText(HDEVINFO set, SP_DEVINFO_DATA& element, DWORD property) 
     wchar_t buffer[1024] = {};
     DWORD type = 0;
     // Two characters stay free, so that a text without its terminators ends all the same.
-    constexpr DWORD kBytes = sizeof buffer - 2 * sizeof(wchar_t);
+    constexpr DWORD kBytes = sizeof(buffer) - 2 * sizeof(wchar_t);
     if (!SetupDiGetDeviceRegistryPropertyW(set, &element, property, &type, reinterpret_cast<BYTE*>(buffer),
                                            kBytes, nullptr))
         return {};
@@ -81,8 +81,8 @@ std::vector<DeviceNode> EnumerateDeviceNodes() {
     const DeviceInfoList set(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_ALLCLASSES));
     std::vector<DeviceNode> nodes;
     if (!set) return nodes;
-    SP_DEVINFO_DATA element{};
-    element.cbSize = sizeof element;
+    SP_DEVINFO_DATA element = {};
+    element.cbSize = sizeof(element);
     for (DWORD index = 0; SetupDiEnumDeviceInfo(set.get(), index, &element); ++index)
         nodes.push_back(DescribeDeviceNode(set.get(), element));
     FindParents(nodes);

@@ -13,7 +13,7 @@ struct DeviceNode {
     std::wstring name;       // friendly name, else description, else the instance ID
     std::wstring className;  // what the class calls itself, else its short name, else "Other devices"
     std::wstring parentId;   // empty for a node right under the computer
-    GUID classGuid{};
+    GUID classGuid = {};
     bool present = false;
     ULONG problem = 0;  // CM_PROB code, 0 for a working device
 

@@ -49,7 +49,7 @@ std::wstring DriverKeyText(const SheetDevice& device, const wchar_t* value) {
     if (opened == INVALID_HANDLE_VALUE) return {};
     const RegistryKey key(opened);
     wchar_t text[512] = {};
-    DWORD bytes = sizeof text;
+    DWORD bytes = sizeof(text);
     constexpr DWORD kTypes = RRF_RT_REG_SZ | RRF_RT_REG_MULTI_SZ;
     return RegGetValueW(opened, nullptr, value, kTypes, nullptr, text, &bytes) == ERROR_SUCCESS
                ? text
@@ -78,7 +78,7 @@ std::vector<DetailRow> DetailRows(const SheetDevice& device) {
 void OnDetailsInit(HWND page, const SheetDevice& device) {
     const HWND list = GetDlgItem(page, IDC_DETAILS_LIST);
     ListView_SetExtendedListViewStyle(list, LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP);
-    RECT area{};
+    RECT area = {};
     GetClientRect(list, &area);
     wchar_t headings[2][16] = {L"Property", L"Value"};
     const int widths[2] = {area.right * 3 / 10, area.right * 7 / 10};
@@ -108,8 +108,8 @@ INT_PTR CALLBACK DetailsPageProc(HWND page, UINT message, WPARAM, LPARAM lParam)
 }
 
 HPROPSHEETPAGE CreatePage(WORD dialog, DLGPROC procedure, const SheetDevice& device) {
-    PROPSHEETPAGEW page{};
-    page.dwSize = sizeof page;
+    PROPSHEETPAGEW page = {};
+    page.dwSize = sizeof(page);
     page.hInstance = GetModuleHandleW(nullptr);
     page.pszTemplate = MAKEINTRESOURCEW(dialog);
     page.pfnDlgProc = procedure;

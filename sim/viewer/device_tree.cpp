@@ -7,6 +7,7 @@ TreeLine LineOf(const DeviceNode& node, int depth) {
     line.depth = depth;
     line.text = node.name;
     line.instanceId = node.instanceId;
+    line.classGuid = node.classGuid;
     line.dimmed = !node.present;
     line.warned = node.present && node.problem != 0;
     return line;
@@ -26,6 +27,7 @@ void ArrangeByType(const std::vector<DeviceNode>& nodes, bool showHidden, std::v
             TreeLine heading;
             heading.depth = 1;
             heading.text = className;
+            heading.classGuid = node.classGuid;
             lines.push_back(heading);
         }
         lines.push_back(LineOf(node, 2));

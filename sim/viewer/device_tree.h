@@ -12,6 +12,7 @@ struct TreeLine {
     int depth = 0;  // 0 for the computer, the only line at that depth
     std::wstring text;
     std::wstring instanceId;  // empty for the computer and for a class
+    GUID classGuid = {};      // of a device, and of the heading of its class
     bool dimmed = false;      // not present
     bool warned = false;      // has a problem
 };

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr wchar_t kDeviceSwitch[] = L"/DeviceID ";
-constexpr size_t kDeviceSwitchChars = sizeof kDeviceSwitch / sizeof(wchar_t) - 1;
+constexpr size_t kDeviceSwitchChars = sizeof(kDeviceSwitch) / sizeof(wchar_t) - 1;
 
 std::wstring ViewerPath() {
     wchar_t path[MAX_PATH] = {};
@@ -16,9 +16,9 @@ std::wstring ViewerPath() {
 }
 
 void StartViewer(std::wstring commandLine) {
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
     if (!CreateProcessW(ViewerPath().c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
                         nullptr, &startup, &process))
         return;

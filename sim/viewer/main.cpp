@@ -88,7 +88,7 @@ int ShowSheet(const Options& options) {
 
 int Run(const Options& options) {
     if (options.list) return ListDevices(options.all);
-    INITCOMMONCONTROLSEX controls{sizeof controls, ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES};
+    INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_TREEVIEW_CLASSES | ICC_LISTVIEW_CLASSES};
     InitCommonControlsEx(&controls);
     if (!options.device.empty()) return ShowSheet(options);
     TreeRequest request;

@@ -18,7 +18,7 @@ constexpr size_t kMostPages = 32;
 
 // The pages belong to this list until the sheet has taken them.
 struct PageList {
-    std::array<HPROPSHEETPAGE, kMostPages> pages{};
+    std::array<HPROPSHEETPAGE, kMostPages> pages = {};
     UINT count = 0;
 
     PageList() = default;
@@ -82,8 +82,8 @@ SheetResult RunSheet(const SheetRequest& request, const std::wstring& name, Page
     state.request = &request;
     openSheet = &state;
     const std::wstring title = name + L" Properties";
-    PROPSHEETHEADERW header{};
-    header.dwSize = sizeof header;
+    PROPSHEETHEADERW header = {};
+    header.dwSize = sizeof(header);
     header.dwFlags = PSH_NOAPPLYNOW | PSH_USECALLBACK | PSH_NOCONTEXTHELP;
     header.hwndParent = request.owner;
     header.pszCaption = title.c_str();
@@ -102,8 +102,8 @@ SheetResult RunSheet(const SheetRequest& request, const std::wstring& name, Page
 
 SheetResult ShowDeviceSheet(const SheetRequest& request) {
     const DeviceInfoList set(SetupDiCreateDeviceInfoList(nullptr, nullptr));
-    SP_DEVINFO_DATA element{};
-    element.cbSize = sizeof element;
+    SP_DEVINFO_DATA element = {};
+    element.cbSize = sizeof(element);
     if (!set || !SetupDiOpenDeviceInfoW(set.get(), request.instanceId.c_str(), nullptr, 0, &element))
         return SheetResult::NoSuchDevice;
     const SheetDevice device{set.get(), &element};
@@ -112,8 +112,8 @@ SheetResult ShowDeviceSheet(const SheetRequest& request) {
     list.Add(CreateGeneralPage(device));
     list.Add(CreateDetailsPage(device));
     const UINT ownPages = list.count;
-    PROPSHEETHEADERW header{};
-    header.dwSize = sizeof header;
+    PROPSHEETHEADERW header = {};
+    header.dwSize = sizeof(header);
     header.phpage = list.pages.data();
     header.nPages = list.count;
     SetupDiGetClassDevPropertySheetsW(set.get(), &element, &header, kMostPages, nullptr,

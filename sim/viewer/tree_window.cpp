@@ -7,10 +7,12 @@
 
 #include "base/win32_handle.h"
 #include "sim/control/control_protocol.h"
+#include "sim/viewer/device_actions.h"
 #include "sim/viewer/device_nodes.h"
 #include "sim/viewer/device_tree.h"
 #include "sim/viewer/property_sheet.h"
 #include "sim/viewer/registry_watch.h"
+#include "sim/viewer/tree_images.h"
 #include "sim/viewer/viewer_resources.h"
 #include "sim/viewer/window_picture.h"
 
@@ -57,12 +59,16 @@ class TreeWindow {
     void UpdateMenu() const;
     const TreeLine* SelectedLine() const;
     void OpenSelectedSheet();
+    void UninstallSelected();
+    // Does it with the wait cursor and says when it failed.
+    void Do(DWORD (*action)(const std::wstring& selectedId));
 
     const TreeRequest& request_;
     TreeOrder order_;
     bool showHidden_;
     HWND window_ = nullptr;
     HWND tree_ = nullptr;
+    TreeImages images_;
     RegistryWatch nodesWatch_{L"SYSTEM\\CurrentControlSet\\Enum"};
     RegistryWatch presenceWatch_{kSimNodesKey};
     std::vector<DeviceNode> nodes_;
@@ -72,11 +78,11 @@ class TreeWindow {
 
 bool TreeWindow::Run() {
     const HINSTANCE instance = GetModuleHandleW(nullptr);
-    WNDCLASSEXW windowClass{};
-    windowClass.cbSize = sizeof windowClass;
+    WNDCLASSEXW windowClass = {};
+    windowClass.cbSize = sizeof(windowClass);
     windowClass.lpfnWndProc = WindowProc;
     windowClass.hInstance = instance;
-    windowClass.hIcon = LoadIconW(nullptr, IDI_APPLICATION);
+    windowClass.hIcon = LoadIconW(instance, MAKEINTRESOURCEW(IDI_COMPUTER));
     windowClass.hCursor = LoadCursorW(nullptr, IDC_ARROW);
     windowClass.hbrBackground = reinterpret_cast<HBRUSH>(COLOR_WINDOW + 1);
     windowClass.lpszMenuName = MAKEINTRESOURCEW(IDR_TREE_MENU);
@@ -160,6 +166,7 @@ bool TreeWindow::OnCreate() {
                                 TVS_LINESATROOT | TVS_SHOWSELALWAYS,
                             0, 0, 0, 0, window_, nullptr, GetModuleHandleW(nullptr), nullptr);
     if (!tree_) return false;
+    TreeView_SetImageList(tree_, images_.list(), TVSIL_NORMAL);
     Refresh();
     UpdateMenu();
     return true;
@@ -188,6 +195,22 @@ void TreeWindow::OnCommand(UINT command) {
             break;
         case IDM_REFRESH:
             break;
+        case IDM_UNINSTALL:
+            UninstallSelected();
+            break;
+        case IDM_SCAN:
+            // Where the system cannot, the tree is read anew all the same.
+            ScanForHardwareChanges();
+            break;
+        case IDM_PLUG:
+            Do([](const std::wstring&) { return PlugNextDevice(); });
+            break;
+        case IDM_UNPLUG:
+            Do(UnplugDevice);
+            break;
+        case IDM_FAIL_NEXT:
+            Do([](const std::wstring&) { return FailNextRequest(); });
+            break;
         default:
             return;
     }
@@ -208,7 +231,7 @@ LRESULT TreeWindow::OnNotify(const NMHDR& notice) {
     return 0;
 }
 
-// Absent devices are grey, devices with a problem dark red.
+// Absent devices are gray; devices with a problem have a mark on their icon and are dark red.
 LRESULT TreeWindow::OnCustomDraw(NMTVCUSTOMDRAW& draw) const {
     if (draw.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
     if (draw.nmcd.dwDrawStage != CDDS_ITEMPREPAINT || (draw.nmcd.uItemState & CDIS_SELECTED))
@@ -258,14 +281,19 @@ void TreeWindow::ShowLines(const std::vector<TreeLine>& lines, const std::wstrin
 }
 
 HTREEITEM TreeWindow::InsertLine(HTREEITEM parent, size_t index) {
-    std::wstring text = lines_[index].text;
-    if (lines_[index].dimmed) text += L" (not connected)";
-    if (lines_[index].warned) text += L" (problem)";
-    TVINSERTSTRUCTW insert{};
+    const TreeLine& line = lines_[index];
+    std::wstring text = line.text;
+    TVINSERTSTRUCTW insert = {};
     insert.hParent = parent;
     insert.hInsertAfter = TVI_LAST;
-    insert.item.mask = TVIF_TEXT | TVIF_PARAM;
+    insert.item.mask = TVIF_TEXT | TVIF_PARAM | TVIF_IMAGE | TVIF_SELECTEDIMAGE | TVIF_STATE;
     insert.item.pszText = text.data();
+    insert.item.iImage = line.depth == 0 ? images_.computer()
+                         : line.warned   ? images_.OfProblem(line.classGuid)
+                                         : images_.OfClass(line.classGuid);
+    insert.item.iSelectedImage = insert.item.iImage;
+    insert.item.stateMask = TVIS_CUT;
+    if (line.dimmed) insert.item.state |= TVIS_CUT;
     insert.item.lParam = static_cast<LPARAM>(index);
     return reinterpret_cast<HTREEITEM>(
         SendMessageW(tree_, TVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&insert)));
@@ -279,7 +307,7 @@ void TreeWindow::UpdateMenu() const {
 }
 
 const TreeLine* TreeWindow::SelectedLine() const {
-    TVITEMW item{};
+    TVITEMW item = {};
     item.mask = TVIF_PARAM;
     item.hItem = TreeView_GetSelection(tree_);
     if (!item.hItem || !SendMessageW(tree_, TVM_GETITEMW, 0, reinterpret_cast<LPARAM>(&item))) return nullptr;
@@ -297,6 +325,27 @@ void TreeWindow::OpenSelectedSheet() {
     if (result != SheetResult::Shown)
         MessageBoxW(window_, SheetResultText(result), L"Device Viewer", MB_OK | MB_ICONWARNING);
     Refresh();
+}
+
+void TreeWindow::UninstallSelected() {
+    const TreeLine* line = SelectedLine();
+    if (!line || line->instanceId.empty()) return;
+    const std::wstring question =
+        L"Uninstall \"" + line->text +
+        L"\" from this computer? A simulated device comes back when it is plugged again.";
+    if (MessageBoxW(window_, question.c_str(), L"Device Viewer", MB_OKCANCEL | MB_ICONWARNING) == IDOK)
+        Do(UninstallDevice);
+}
+
+void TreeWindow::Do(DWORD (*action)(const std::wstring& selectedId)) {
+    const TreeLine* line = SelectedLine();
+    const std::wstring selectedId = line ? line->instanceId : std::wstring();
+    const HCURSOR before = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+    const DWORD error = action(selectedId);
+    SetCursor(before);
+    if (error == ERROR_SUCCESS) return;
+    const std::wstring text = L"That did not work, error " + std::to_wstring(error) + L".";
+    MessageBoxW(window_, text.c_str(), L"Device Viewer", MB_OK | MB_ICONWARNING);
 }
 
 }  // namespace

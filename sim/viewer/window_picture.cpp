@@ -58,9 +58,9 @@ bool WritePng(HBITMAP bitmap, const std::wstring& path) {
 }  // namespace
 
 bool SaveWindowPicture(HWND window, const std::wstring& path) {
-    RECT area{};
+    RECT area = {};
     const RECT screen{0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-    RECT visible{};
+    RECT visible = {};
     if (!GetWindowRect(window, &area) || !IntersectRect(&visible, &area, &screen)) return false;
     const OwnedBitmap bitmap = CopyFromScreen(visible);
     if (!bitmap) return false;

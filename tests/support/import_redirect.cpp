@@ -55,9 +55,9 @@ void WriteSlot(void** slot, void* value) {
     static const auto protect =
         reinterpret_cast<Protect>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "VirtualProtect"));
     DWORD before = 0;
-    protect(slot, sizeof *slot, PAGE_READWRITE, &before);
+    protect(slot, sizeof(*slot), PAGE_READWRITE, &before);
     *slot = value;
-    protect(slot, sizeof *slot, before, &before);
+    protect(slot, sizeof(*slot), before, &before);
 }
 
 }  // namespace

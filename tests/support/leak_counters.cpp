@@ -47,7 +47,7 @@ constexpr size_t kGdiEntryTypeOffset = 14;
 
 const char* ProcessEnvironmentBlock() {
     PROCESS_BASIC_INFORMATION information = {};
-    NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &information, sizeof information,
+    NtQueryInformationProcess(GetCurrentProcess(), ProcessBasicInformation, &information, sizeof(information),
                               nullptr);
     return reinterpret_cast<const char*>(information.PebBaseAddress);
 }

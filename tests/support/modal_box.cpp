@@ -4,15 +4,18 @@
 
 #include "base/windows_api.h"
 
+#include "tests/support/message_queue.h"
 #include "tests/support/wait_until.h"
 
 namespace {
 
-constexpr UINT kReplyLimitMs = 10000;
-
 LRESULT SendWithLimit(HWND window, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) {
     DWORD_PTR result = 0;
-    SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kReplyLimitMs, &result);
+    SetLastError(ERROR_SUCCESS);
+    const bool answered =
+        SendMessageTimeoutW(window, message, wParam, lParam, SMTO_NORMAL, kDefaultWaitMs, &result) != 0;
+    EXPECT_TRUE(answered || GetLastError() != ERROR_TIMEOUT)
+        << "message " << message << " was not answered within " << kDefaultWaitMs << " ms";
     return static_cast<LRESULT>(result);
 }
 
@@ -159,6 +162,19 @@ BoxRecord BoxView::Read() const {
 
 void BoxView::Press(int id) const {
     PostMessageW(Control(id), BM_CLICK, 0, 0);
+}
+
+void BoxView::PressKey(WORD key) const {
+    GUITHREADINFO information = {};
+    information.cbSize = sizeof(information);
+    GetGUIThreadInfo(GetWindowThreadProcessId(window_, nullptr), &information);
+    const HWND focus = information.hwndFocus != nullptr ? information.hwndFocus : window_;
+    PostMessageW(focus, WM_KEYDOWN, key, 0);
+    Settle();
+}
+
+void BoxView::Settle() const {
+    EXPECT_TRUE(WaitUntilSettled(window_)) << "in the dialog \"" << NarrowText(Title()) << "\"";
 }
 
 void BoxView::Post(UINT message, WPARAM wParam, LPARAM lParam) const {

@@ -10,6 +10,7 @@
 
 #include "base/windows_api.h"
 
+#include "tests/support/message_queue.h"
 #include "tests/support/wait_until.h"
 
 namespace {
@@ -47,7 +48,7 @@ bool Contains(const std::vector<HWND>& windows, HWND window) {
 HWND MenuOwner(HWND menuWindow) {
     if (const HWND owner = GetWindow(menuWindow, GW_OWNER)) return owner;
     GUITHREADINFO information = {};
-    information.cbSize = sizeof information;
+    information.cbSize = sizeof(information);
     GetGUIThreadInfo(GetWindowThreadProcessId(menuWindow, nullptr), &information);
     return information.hwndMenuOwner;
 }
@@ -69,6 +70,7 @@ void PressDefault(BoxView& box) {
 }  // namespace
 
 struct ModalDriver::State {
+    const MenusWithoutPointer withoutPointer;
     // A box or menu that is being handled, until it is gone.
     struct Handled {
         HWND window;
@@ -77,6 +79,12 @@ struct ModalDriver::State {
         bool menu = false;
         // Its script has ended; from then on the time limit runs.
         std::shared_ptr<std::atomic<bool>> answered = std::make_shared<std::atomic<bool>>(false);
+        DWORD since = GetTickCount();
+    };
+    // A window that is still being opened: its thread has not yet come to its message loop.
+    struct Opening {
+        HWND window;
+        std::unique_ptr<QueueMark> mark;
         DWORD since = GetTickCount();
     };
 
@@ -91,9 +99,16 @@ struct ModalDriver::State {
     std::vector<MenuRecord> menus;
     std::vector<HWND> ignored;
     std::vector<Handled> handled;
-    std::vector<std::thread> scripts;
+    std::vector<Opening> opening;
+    struct Script {
+        std::thread thread;
+        std::shared_ptr<std::atomic<bool>> ended;
+    };
+    std::vector<Script> scripts;
 
     bool IsKnown(HWND window) const;
+    bool HasOpened(HWND window);
+    void JoinEnded();
     void Poll();
     void ForgetClosed(const OpenWindows& open);
     void FailOverdue();
@@ -107,21 +122,46 @@ bool ModalDriver::State::IsKnown(HWND window) const {
            std::any_of(handled.begin(), handled.end(), [&](const Handled& h) { return h.window == window; });
 }
 
+bool ModalDriver::State::HasOpened(HWND window) {
+    const auto known =
+        std::find_if(opening.begin(), opening.end(), [&](const Opening& o) { return o.window == window; });
+    if (known == opening.end()) {
+        opening.push_back({.window = window, .mark = std::make_unique<QueueMark>(window)});
+        return false;
+    }
+    // A thread that never comes to its loop fails the test through what the box is then asked to do.
+    if (!known->mark->Reached() && GetTickCount() - known->since < kDefaultWaitMs) return false;
+    opening.erase(known);
+    return true;
+}
+
 void ModalDriver::State::Poll() {
     const OpenWindows open = FindOpenWindows();
     ForgetClosed(open);
     for (const HWND box : open.boxes)
-        if (!IsKnown(box)) HandleBox(box);
+        if (!IsKnown(box) && HasOpened(box)) HandleBox(box);
     for (const HWND menu : open.menus)
-        if (!IsKnown(menu)) HandleMenu(menu);
+        if (!IsKnown(menu) && HasOpened(menu)) HandleMenu(menu);
     FailOverdue();
+    JoinEnded();
+}
+
+// At once, so that a test that counts handles does not find those of the threads.
+void ModalDriver::State::JoinEnded() {
+    std::erase_if(scripts, [](Script& script) {
+        if (!*script.ended) return false;
+        script.thread.join();
+        return true;
+    });
 }
 
 void ModalDriver::State::ForgetClosed(const OpenWindows& open) {
+    const auto isClosed = [&](const auto& window) {
+        return !Contains(open.boxes, window.window) && !Contains(open.menus, window.window);
+    };
+    std::erase_if(opening, isClosed);
     const size_t before = handled.size();
-    std::erase_if(handled, [&](const Handled& h) {
-        return !Contains(open.boxes, h.window) && !Contains(open.menus, h.window);
-    });
+    std::erase_if(handled, isClosed);
     if (handled.size() == before) return;
     // A box below the one that has just gone could not close before; its time starts now.
     for (Handled& h : handled)
@@ -157,11 +197,13 @@ void ModalDriver::State::HandleBox(HWND window) {
     servedBoxes.splice(servedBoxes.end(), expectedBoxes, match);
     const auto& script = servedBoxes.back().script_;
     // A thread of its own, so that boxes that this one opens are still answered.
-    scripts.emplace_back([window, &script, answered = handled.back().answered] {
-        BoxView view(window);
-        script ? script(view) : PressDefault(view);
-        *answered = true;
-    });
+    const auto answered = handled.back().answered;
+    scripts.push_back({std::thread([window, &script, answered] {
+                           BoxView view(window);
+                           script ? script(view) : PressDefault(view);
+                           *answered = true;
+                       }),
+                       answered});
 }
 
 void ModalDriver::State::HandleMenu(HWND window) {
@@ -185,10 +227,12 @@ void ModalDriver::State::HandleMenu(HWND window) {
     }
     servedMenus.splice(servedMenus.end(), expectedMenus, expectedMenus.begin());
     const auto& script = servedMenus.back().script_;
-    scripts.emplace_back([view, &script, answered = handled.back().answered]() mutable {
-        script ? script(view) : view.Dismiss();
-        *answered = true;
-    });
+    const auto answered = handled.back().answered;
+    scripts.push_back({std::thread([view, &script, answered]() mutable {
+                           script ? script(view) : view.Dismiss();
+                           *answered = true;
+                       }),
+                       answered});
 }
 
 ModalDriver::ModalDriver() : state_(std::make_unique<State>()) {
@@ -212,8 +256,8 @@ ModalDriver::~ModalDriver() {
         state_->stop = true;
     }
     watcher_.join();
-    for (std::thread& script : state_->scripts)
-        script.join();
+    for (State::Script& script : state_->scripts)
+        script.thread.join();
     for (const BoxExpectation& box : state_->expectedBoxes)
         ADD_FAILURE() << "the box \"" << (box.anyTitle_ ? "(any)" : NarrowText(box.title_))
                       << "\" never came";

@@ -7,7 +7,8 @@
 //   EXPECT_EQ(AskYesNo(owner, L"Sure?"), IDYES);
 //   EXPECT_EQ(driver.boxes()[0].text, L"Sure?");
 //
-// Expectations are served first come first served among those whose title matches. Everything is of this
+// Expectations are served first come first served among those whose title matches. A box is read and answered
+// once its message loop runs, so that everything its opening does has been done. Everything is of this
 // process; windows that are open when the driver starts, or that Ignore() names, are left alone.
 #pragma once
 
@@ -64,6 +65,10 @@ class BoxView {
 
     // Posted, so that a dialog that the click opens does not stop the script.
     void Press(int id) const;
+    // A key for the control that has the focus; on return the dialog has handled it.
+    void PressKey(WORD key) const;
+    // Returns when everything posted so far has been handled, or the dialog is gone.
+    void Settle() const;
     void Post(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
     // Sends; for what cannot open another modal loop.
     LRESULT Send(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
@@ -115,6 +120,8 @@ class MenuView {
 
   private:
     bool MoveTo(HMENU menu, int position) const;
+    // On return the menu has handled the key.
+    void PressKey(WPARAM key) const;
 
     HWND window_;
     HMENU menu_;

@@ -4,6 +4,7 @@
 
 #include "base/windows_api.h"
 
+#include "tests/support/message_queue.h"
 #include "tests/support/wait_until.h"
 
 namespace {
@@ -23,7 +24,7 @@ std::vector<MenuItemRecord> ReadItems(HMENU menu) {
 MenuItemRecord ReadItem(HMENU menu, int position) {
     wchar_t text[512] = L"";
     MENUITEMINFOW information = {};
-    information.cbSize = sizeof information;
+    information.cbSize = sizeof(information);
     information.fMask = MIIM_ID | MIIM_STATE | MIIM_FTYPE | MIIM_STRING | MIIM_SUBMENU | MIIM_BITMAP;
     information.dwTypeData = text;
     information.cch = 512;
@@ -66,10 +67,6 @@ int HighlightedPosition(HMENU menu) {
     return -1;
 }
 
-void PostKey(HWND owner, WPARAM key) {
-    PostMessageW(owner, WM_KEYDOWN, key, 0);
-}
-
 }  // namespace
 
 const MenuItemRecord* MenuRecord::Item(UINT id) const {
@@ -95,7 +92,7 @@ MenuRecord MenuView::Read() const {
     record.menu = menu_;
     record.owner = owner_;
     MENUINFO information = {};
-    information.cbSize = sizeof information;
+    information.cbSize = sizeof(information);
     information.fMask = MIM_STYLE;
     GetMenuInfo(menu_, &information);
     record.style = information.dwStyle;
@@ -104,18 +101,17 @@ MenuRecord MenuView::Read() const {
     return record;
 }
 
+void MenuView::PressKey(WPARAM key) const {
+    PostMessageW(owner_, WM_KEYDOWN, key, 0);
+    EXPECT_TRUE(WaitUntilSettled(window_));
+}
+
 bool MenuView::MoveTo(HMENU menu, int position) const {
-    // The pointer may rest on the menu and move the highlight too, so a step can pass the item by; the keys
-    // then go round once more.
-    const int enoughSteps = 4 * (GetMenuItemCount(menu) + 1);
-    for (int steps = 0; steps < enoughSteps; ++steps) {
-        const int now = HighlightedPosition(menu);
-        if (now == position) return true;
-        PostKey(owner_, VK_DOWN);
-        const auto moved = WaitUntil("the next menu item", [&] { return HighlightedPosition(menu) != now; });
-        if (!moved) break;
+    for (int steps = 0; steps <= GetMenuItemCount(menu); ++steps) {
+        if (HighlightedPosition(menu) == position) return true;
+        PressKey(VK_DOWN);
     }
-    return HighlightedPosition(menu) == position;
+    return false;
 }
 
 void MenuView::Choose(UINT id) const {
@@ -124,19 +120,20 @@ void MenuView::Choose(UINT id) const {
         ADD_FAILURE() << "no item " << id << " in the menu with\n" << NarrowText(Read().Texts());
         return Dismiss();
     }
+    bool reached = true;
     HMENU menu = menu_;
     for (const int position : path) {
-        if (!MoveTo(menu, position)) {
-            ADD_FAILURE() << "item " << id << " could not be reached by the keyboard";
-            return Dismiss();
-        }
-        const HMENU submenu = GetSubMenu(menu, position);
-        if (submenu == nullptr) break;
-        PostKey(owner_, VK_RIGHT);
-        EXPECT_TRUE(WaitUntil("the submenu", [&] { return HighlightedPosition(submenu) >= 0; }));
-        menu = submenu;
+        reached = reached && MoveTo(menu, position);
+        menu = GetSubMenu(menu, position);
+        if (reached && menu != nullptr) PressKey(VK_RIGHT);
     }
-    PostKey(owner_, VK_RETURN);
+    if (!reached) {
+        ADD_FAILURE() << "item " << id << " could not be reached by the keyboard";
+        return Dismiss();
+    }
+    // The character, because a held Ctrl would make another one of the key.
+    PostMessageW(owner_, WM_CHAR, L'\r', 0);
+    EXPECT_TRUE(WaitUntilSettled(window_));
 }
 
 void MenuView::Dismiss() const {

@@ -181,7 +181,7 @@ void ResourceLibrary::SetIcon(uint16_t id, uint8_t red, uint8_t green, uint8_t b
     BITMAPINFOHEADER header = {};
     header.biSize = sizeof(header);
     header.biWidth = kSide;
-    header.biHeight = kSide * 2;  // the colours, then the mask
+    header.biHeight = kSide * 2;  // the colors, then the mask
     header.biPlanes = 1;
     header.biBitCount = 32;
     Put(&icon, header);

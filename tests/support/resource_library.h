@@ -20,7 +20,7 @@ class ResourceLibrary {
     static constexpr uint16_t kNeutral = 0;
 
     void SetString(uint16_t id, std::wstring_view text, uint16_t language = kEnglish);
-    // A 16 x 16 icon of one colour.
+    // A 16 x 16 icon of one color.
     void SetIcon(uint16_t id, uint8_t red, uint8_t green, uint8_t blue);
     void SetResource(uint16_t type, uint16_t id, uint16_t language, Bytes content);
 

@@ -59,6 +59,19 @@ OwnedBitmap CopyOfScreen(const RECT& area) {
     return bitmap;
 }
 
+BOOL CALLBACK StopAtUnpainted(HWND window, LPARAM found) {
+    if (!IsWindowVisible(window) || !GetUpdateRect(window, nullptr, FALSE)) return TRUE;
+    *reinterpret_cast<bool*>(found) = true;
+    return FALSE;
+}
+
+// Of the window itself or one of its controls.
+bool IsPaintingDue(HWND window) {
+    bool found = GetUpdateRect(window, nullptr, FALSE) != FALSE;
+    if (!found) EnumChildWindows(window, StopAtUnpainted, reinterpret_cast<LPARAM>(&found));
+    return found;
+}
+
 // Painting is the window's own work and may be under way on another thread; a round trip lets it finish.
 void LetItPaint(HWND window) {
     if (window == nullptr) return;
@@ -69,7 +82,7 @@ void LetItPaint(HWND window) {
             DispatchMessageW(&message);
         return;
     }
-    for (int tries = 0; tries < 50 && GetUpdateRect(window, nullptr, FALSE); ++tries)
+    for (int tries = 0; tries < 50 && IsPaintingDue(window); ++tries)
         Sleep(10);
     DWORD_PTR ignored = 0;
     SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_NORMAL, 2000, &ignored);

@@ -7,7 +7,8 @@
 
 #include "base/windows_api.h"
 
-constexpr DWORD kDefaultWaitMs = 10000;
+// Long, because only a test that fails anyway waits for its end, however busy the machine is.
+constexpr DWORD kDefaultWaitMs = 30000;
 
 // EXPECT_TRUE(WaitUntil("the box to close", [&] { return !IsWindow(box); }));
 template <typename Condition>

@@ -128,6 +128,61 @@ TEST_F(FileLoggingTest, ShiftRaisesTheLevelAndShowsTheStatistics) {
     ExpectSent(Expected(3, true));
 }
 
+TEST_F(FileLoggingTest, TheStatisticsAreOwnedSoThatThePageWaits) {
+    OpenWithLogging(false);
+    SetActiveWindow(frame_.get());
+    modal_.ExpectBox(L"TAVIX Message").Press(IDNO);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    const HeldKeys keys({VK_SHIFT});
+    Click(IDC_FILE_LOGGING);
+    ASSERT_EQ(modal_.boxes().size(), 2u);
+    EXPECT_EQ(modal_.boxes()[1].owner, frame_.get());
+    EXPECT_FALSE(modal_.boxes()[1].ownerEnabled);
+}
+
+TEST_F(FileLoggingTest, AQuestionThatCannotBeShownSwitchesNothing) {
+    OpenWithLogging(false);
+    REPLACE_CALL(box, MessageBoxW, [](HWND, LPCWSTR, LPCWSTR, UINT) { return 0; });
+    Click(IDC_FILE_LOGGING);
+    EXPECT_EQ(TakeRequests(), Names{L"GetLogCfg"}) << "only to show the state again";
+    EXPECT_FALSE(IsChecked(IDC_FILE_LOGGING));
+}
+
+// The box that is shown answers after the page is gone, whatever its answer is.
+class ClosedLoggingTest : public FileLoggingTest, public testing::WithParamInterface<int> {};
+
+TEST_P(ClosedLoggingTest, ASheetThatIsClosedUnderABoxSwitchesNothing) {
+    OpenWithLogging(false);
+    int boxes = 0;
+    REPLACE_CALL(box, MessageBoxW, [&](HWND, LPCWSTR, LPCWSTR, UINT) {
+        ++boxes;
+        ClosePage();
+        return GetParam();
+    });
+    Click(IDC_FILE_LOGGING);
+    EXPECT_TRUE(TakeRequests().empty());
+    EXPECT_EQ(boxes, 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Answers, ClosedLoggingTest, testing::Values(0, IDOK, IDYES, IDNO));
+
+TEST_F(FileLoggingTest, ASheetThatIsClosedUnderTheFirstBoxIsNotAskedAnything) {
+    OpenWithLogging(false);
+    int boxes = 0;
+    REPLACE_CALL(box, MessageBoxW, [&](HWND, LPCWSTR, LPCWSTR, UINT) {
+        ++boxes;
+        ClosePage();
+        return IDOK;
+    });
+    const HeldKeys keys({VK_MENU});
+    Click(IDC_FILE_LOGGING);
+    EXPECT_EQ(boxes, 1);
+    EXPECT_TRUE(TakeRequests().empty());
+    RegistryKey key;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kDriverParametersKey, 0, KEY_SET_VALUE, key.put());
+    RegDeleteValueW(key.get(), kParamPersistentLogFile);
+}
+
 TEST_F(FileLoggingTest, ShiftAndCtrlGiveTheHighestLevel) {
     OpenWithLogging(false);
     modal_.ExpectBox(L"TAVIX Message").Press(IDNO);

@@ -61,7 +61,7 @@ TEST_F(InstallFlowTest, InstallationLooksForAVirtualMachine) {
     RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kParametersKey, L"InitVMDetectDone");
     Plug(first);
     DWORD done = 0;
-    DWORD bytes = sizeof done;
+    DWORD bytes = sizeof(done);
     EXPECT_EQ(RegGetValueW(HKEY_LOCAL_MACHINE, kParametersKey, L"InitVMDetectDone", RRF_RT_REG_DWORD, nullptr,
                            &done, &bytes),
               ERROR_SUCCESS);
@@ -133,7 +133,7 @@ TEST_F(InstallFlowTest, ADriverThatRefusesDoesNotBlockTheRemoval) {
 TEST_F(InstallFlowTest, AnAbsentBusDoesNotBlockTheRemoval) {
     Plug(first);
     const std::wstring vcom = VcomInstanceId(first);
-    SimAccess_st access{};
+    SimAccess_st access = {};
     access.busAbsent = 1;
     ASSERT_EQ(driver.SetAccess(access), static_cast<DWORD>(ERROR_SUCCESS));
     EXPECT_EQ(RemoveNode(vcom), static_cast<DWORD>(ERROR_SUCCESS));
@@ -143,12 +143,12 @@ TEST_F(InstallFlowTest, AnAbsentBusDoesNotBlockTheRemoval) {
 
 // Sends DIF_PROPERTYCHANGE as Device Manager does when a device is to be restarted.
 void SendPropertyChange(OpenedNode& node) {
-    SP_PROPCHANGE_PARAMS params{};
-    params.ClassInstallHeader = {sizeof params.ClassInstallHeader, DIF_PROPERTYCHANGE};
+    SP_PROPCHANGE_PARAMS params = {};
+    params.ClassInstallHeader = {sizeof(params.ClassInstallHeader), DIF_PROPERTYCHANGE};
     params.StateChange = DICS_PROPCHANGE;
     params.Scope = DICS_FLAG_GLOBAL;
-    ASSERT_TRUE(
-        SetupDiSetClassInstallParamsW(node.set(), node.element(), &params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(SetupDiSetClassInstallParamsW(node.set(), node.element(), &params.ClassInstallHeader,
+                                              sizeof(params)));
     // The class installer has no action of its own here, so that the call itself fails.
     SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, node.set(), node.element());
 }

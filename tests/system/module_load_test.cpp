@@ -10,6 +10,7 @@
 
 #include "base/product_version.h"
 #include "base/win32_handle.h"
+#include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
 #include "tests/support/loading_probe.h"
 
@@ -20,8 +21,8 @@ constexpr int kCycles = 1000;
 // Bytes of memory that the process holds for itself, whoever asked for them.
 size_t CountPrivateBytes() {
     size_t bytes = 0;
-    MEMORY_BASIC_INFORMATION block{};
-    for (const char* address = nullptr; VirtualQuery(address, &block, sizeof block);
+    MEMORY_BASIC_INFORMATION block = {};
+    for (const char* address = nullptr; VirtualQuery(address, &block, sizeof(block));
          address = static_cast<const char*>(block.BaseAddress) + block.RegionSize) {
         if (block.State == MEM_COMMIT && block.Type == MEM_PRIVATE) bytes += block.RegionSize;
     }
@@ -94,6 +95,28 @@ TEST(ModuleLoad, AThousandLoadsLeaveNothingBehind) {
     EXPECT_EQ(after.menus, before.menus);
     EXPECT_EQ(after.heapBlocks, before.heapBlocks);
     EXPECT_LE(bytesAfter, bytesBefore + 64 * 1024);
+}
+
+BOOL WINAPI NoticeFreeLibrary(HMODULE) {
+    TerminateProcess(GetCurrentProcess(), 7);
+    return FALSE;
+}
+
+void WINAPI NoticeRelease(HANDLE) {
+    TerminateProcess(GetCurrentProcess(), 8);
+}
+
+// The replaced calls stay replaced: nothing is destroyed on the way to ExitProcess.
+[[noreturn]] void EndProcessWithTheModuleLoaded() {
+    const HMODULE module = LoadLibraryW(TAVIX_COINSTALLER_DLL);
+    if (module == nullptr) ExitProcess(1);
+    const ImportRedirect library(module, nullptr, "FreeLibrary", reinterpret_cast<void*>(&NoticeFreeLibrary));
+    const ImportRedirect context(module, nullptr, "ReleaseActCtx", reinterpret_cast<void*>(&NoticeRelease));
+    ExitProcess(0);
+}
+
+TEST(ModuleLoad, TheEndOfTheProcessFreesNothing) {
+    EXPECT_EXIT(EndProcessWithTheModuleLoaded(), testing::ExitedWithCode(0), "");
 }
 
 TEST(ModuleVersion, InItsResourcesIsTheOneThatItsTextsShow) {

@@ -13,7 +13,7 @@ bool busWasThere = false;
 }
 
 OpenedNode::OpenedNode(std::wstring_view instanceId) : set_(SetupDiCreateDeviceInfoList(nullptr, nullptr)) {
-    element_.cbSize = sizeof element_;
+    element_.cbSize = sizeof(element_);
     found_ =
         set_ && SetupDiOpenDeviceInfoW(set_.get(), std::wstring(instanceId).c_str(), nullptr, 0, &element_);
 }
@@ -21,7 +21,7 @@ OpenedNode::OpenedNode(std::wstring_view instanceId) : set_(SetupDiCreateDeviceI
 std::wstring OpenedNode::Text(DWORD property) {
     wchar_t text[256] = {};
     SetupDiGetDeviceRegistryPropertyW(set(), element(), property, nullptr, reinterpret_cast<BYTE*>(text),
-                                      sizeof text - sizeof(wchar_t), nullptr);
+                                      sizeof(text) - sizeof(wchar_t), nullptr);
     return text;
 }
 
@@ -30,14 +30,14 @@ std::wstring OpenedNode::DriverKeyText(const wchar_t* name) {
     if (opened == INVALID_HANDLE_VALUE) return {};
     const RegistryKey key(opened);
     wchar_t text[256] = {};
-    DWORD bytes = sizeof text;
+    DWORD bytes = sizeof(text);
     RegGetValueW(opened, nullptr, name, RRF_RT_REG_SZ | RRF_RT_REG_MULTI_SZ, nullptr, text, &bytes);
     return text;
 }
 
 DWORD OpenedNode::InstallFlagsEx() {
-    SP_DEVINSTALL_PARAMS_W params{};
-    params.cbSize = sizeof params;
+    SP_DEVINSTALL_PARAMS_W params = {};
+    params.cbSize = sizeof(params);
     EXPECT_TRUE(SetupDiGetDeviceInstallParamsW(set(), element(), &params));
     return params.FlagsEx;
 }
@@ -121,7 +121,7 @@ DWORD PackageTest::CallExport(DI_FUNCTION function, OpenedNode& node, bool postP
         ADD_FAILURE() << "no export";
         return MAXDWORD;
     }
-    COINSTALLER_CONTEXT_DATA context{};
+    COINSTALLER_CONTEXT_DATA context = {};
     context.PostProcessing = postProcessing;
     return entry(function, node.set(), node.element(), &context);
 }

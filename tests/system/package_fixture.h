@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "base/win32_handle.h"
-#include "sim/client/device_nodes.h"
+#include "sim/client/plugging.h"
 #include "sim/client/simulated_driver.h"
 
 constexpr wchar_t kBusInstanceId[] = L"ROOT\\QRV_VBUS\\0000";
@@ -29,7 +29,7 @@ class OpenedNode {
 
   private:
     DeviceInfoList set_;
-    SP_DEVINFO_DATA element_{};
+    SP_DEVINFO_DATA element_ = {};
     bool found_ = false;
 };
 

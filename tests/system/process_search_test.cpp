@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/win32_handle.h"
+#include "tests/support/heap_texts.h"
 
 namespace {
 
@@ -71,8 +72,8 @@ class ProgramCopy {
     std::wstring name_;
 };
 
-bool Find(std::vector<std::wstring> names) {
-    return FindProcessByNames(names);
+bool Find(const std::vector<std::wstring>& names) {
+    return FindProcessByNames(MultiString(BlockOf(names)));
 }
 
 TEST(RealProcesses, AreFoundAmongHundredsByTheirProgramsName) {

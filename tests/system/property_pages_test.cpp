@@ -17,8 +17,8 @@ constexpr int kIconSide = 16;  // what a sheet shows on a tab
 
 // The pixels of a list's image on white ground.
 std::vector<DWORD> PixelsOf(HIMAGELIST list, int image) {
-    BITMAPINFO info{};
-    info.bmiHeader = {sizeof info.bmiHeader, kIconSide, -kIconSide, 1, 32, BI_RGB};
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof(info.bmiHeader), kIconSide, -kIconSide, 1, 32, BI_RGB};
     void* bits = nullptr;
     const MemoryDc memory(CreateCompatibleDC(nullptr));
     const OwnedBitmap bitmap(CreateDIBSection(memory.get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
@@ -32,7 +32,7 @@ std::vector<DWORD> PixelsOf(HIMAGELIST list, int image) {
     return copy;
 }
 
-// The tab's image is the DLL's icon, as far as the sheet's own list keeps colours.
+// The tab's image is the DLL's icon, as far as the sheet's own list keeps colors.
 void ExpectModuleIcon(HIMAGELIST list, int image, WORD iconId) {
     const LoadedLibrary library(LoadLibraryW(L"tavix_coinstaller.dll"));
     const HICON icon = LoadIconW(library.get(), MAKEINTRESOURCEW(iconId));
@@ -46,7 +46,7 @@ void ExpectModuleIcon(HIMAGELIST list, int image, WORD iconId) {
 class PropertyPagesTest : public PackageTest {
   protected:
     void CollectPages(OpenedNode& node) {
-        header.dwSize = sizeof header;
+        header.dwSize = sizeof(header);
         header.phpage = pages.data();
         ASSERT_TRUE(SetupDiGetClassDevPropertySheetsW(node.set(), node.element(), &header,
                                                       static_cast<DWORD>(pages.size()), nullptr,
@@ -78,7 +78,7 @@ class PropertyPagesTest : public PackageTest {
 
     static void ExpectTab(HWND tabs, const wchar_t* title) {
         wchar_t text[100] = {};
-        TCITEMW tab{};
+        TCITEMW tab = {};
         tab.mask = TCIF_TEXT | TCIF_IMAGE;
         tab.pszText = text;
         tab.cchTextMax = 100;
@@ -87,8 +87,8 @@ class PropertyPagesTest : public PackageTest {
         ExpectModuleIcon(TabCtrl_GetImageList(tabs), tab.iImage, IDI_TAVIX_PAGE);
     }
 
-    std::array<HPROPSHEETPAGE, 20> pages{};
-    PROPSHEETHEADERW header{};
+    std::array<HPROPSHEETPAGE, 20> pages = {};
+    PROPSHEETHEADERW header = {};
 };
 
 TEST_F(PropertyPagesTest, ThePortHasTheVcomPage) {
@@ -110,8 +110,8 @@ TEST_F(PropertyPagesTest, APageStandsBehindThoseThatAreThere) {
     Plug(first);
     OpenedNode node(kBusInstanceId);
     ASSERT_TRUE(node);
-    PROPSHEETPAGEW own{};
-    own.dwSize = sizeof own;
+    PROPSHEETPAGEW own = {};
+    own.dwSize = sizeof(own);
     own.pszTemplate = MAKEINTRESOURCEW(1);  // never shown
     own.hInstance = GetModuleHandleW(nullptr);
     pages[0] = CreatePropertySheetPageW(&own);
@@ -129,14 +129,14 @@ TEST_F(PropertyPagesTest, AFullSheetGetsNoPage) {
     Plug(first);
     OpenedNode node(VcomInstanceId(first));
     ASSERT_TRUE(node);
-    SP_ADDPROPERTYPAGE_DATA params{};
-    params.ClassInstallHeader = {sizeof params.ClassInstallHeader, DIF_ADDPROPERTYPAGE_ADVANCED};
+    SP_ADDPROPERTYPAGE_DATA params = {};
+    params.ClassInstallHeader = {sizeof(params.ClassInstallHeader), DIF_ADDPROPERTYPAGE_ADVANCED};
     params.NumDynamicPages = MAX_INSTALLWIZARD_DYNAPAGES;
-    ASSERT_TRUE(
-        SetupDiSetClassInstallParamsW(node.set(), node.element(), &params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(SetupDiSetClassInstallParamsW(node.set(), node.element(), &params.ClassInstallHeader,
+                                              sizeof(params)));
     EXPECT_EQ(CallExport(DIF_ADDPROPERTYPAGE_ADVANCED, node), static_cast<DWORD>(NO_ERROR));
     ASSERT_TRUE(SetupDiGetClassInstallParamsW(node.set(), node.element(), &params.ClassInstallHeader,
-                                              sizeof params, nullptr));
+                                              sizeof(params), nullptr));
     EXPECT_EQ(params.NumDynamicPages, static_cast<DWORD>(MAX_INSTALLWIZARD_DYNAPAGES));
     for (const HPROPSHEETPAGE page : params.DynamicPages)
         EXPECT_EQ(page, nullptr);

@@ -102,7 +102,9 @@ TEST_F(SimBus, StartStampAndHistoryAreStored) {
     FlowpathStat_st stat = {};
     stat.histUsbReadBytes = 0x123456789A;
     ASSERT_EQ(driver_.SetFlowpath(L"1&2", stat), ERROR_SUCCESS);
-    EXPECT_EQ(ReadValue<uint64_t>(key, L"histUsbReadBytes", RRF_RT_REG_QWORD), 0x123456789Au);
+    const std::wstring vcomKey = EnumKey(L"QRV_VBUS\\Qrv_vcom\\1&2") + L"\\Device Parameters";
+    for (const std::wstring& of : {key, vcomKey})
+        EXPECT_EQ(ReadValue<uint64_t>(of, L"histUsbReadBytes", RRF_RT_REG_QWORD), 0x123456789Au);
     for (const wchar_t* name : {L"histUsbdOfflines", L"histUsbOUTerrors", L"histUsbINerrors",
                                 L"histVcomWriteDiscards", L"histUsbWrittenBytes", L"histUsbReadDiscards"})
         EXPECT_EQ(ReadValue<uint64_t>(key, name, RRF_RT_REG_QWORD), 0u);
@@ -239,12 +241,38 @@ TEST_F(SimBus, ResetTakesEverythingBack) {
     EXPECT_EQ(Presence(kUsbPath), 0u);
 }
 
+constexpr wchar_t kErrorLog[] =
+    L"C:\\windows\\System32\\QrvTavix\\usberr\\usberr_USB#VID_1234&PID_5678#SN01.log";
+
+FileHandle OpenErrorLog() {
+    return FileHandle(CreateFileW(kErrorLog, GENERIC_READ,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, 0, nullptr));
+}
+
+TEST_F(SimBus, AHeldErrorLogIsOpenForWritingUntilItIsReleased) {
+    DeleteFileW(kErrorLog);
+    ASSERT_EQ(driver_.HoldUsbErrorLog(kUsbPath, false), ERROR_SUCCESS);
+    EXPECT_TRUE(OpenErrorLog());
+    EXPECT_FALSE(FileHandle(
+        CreateFileW(kErrorLog, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr)));
+    EXPECT_EQ(driver_.WriteUsbErrorLog(kUsbPath, L"while held\r\n"), ERROR_SUCCESS);
+    ASSERT_EQ(driver_.HoldUsbErrorLog(kUsbPath, true), ERROR_SUCCESS);
+    EXPECT_FALSE(OpenErrorLog());
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION});
+    ASSERT_EQ(driver_.ReleaseUsbErrorLog(), ERROR_SUCCESS);
+    EXPECT_TRUE(OpenErrorLog());
+    ASSERT_EQ(driver_.HoldUsbErrorLog(kUsbPath, true), ERROR_SUCCESS);
+    ASSERT_EQ(driver_.Reset(), ERROR_SUCCESS);
+    EXPECT_TRUE(OpenErrorLog());
+    EXPECT_TRUE(DeleteFileW(kErrorLog));
+}
+
 TEST_F(SimBus, ErrorLogGrowsByEpisodes) {
-    const wchar_t path[] = L"C:\\windows\\System32\\QrvTavix\\usberr\\usberr_USB#VID_1234&PID_5678#SN01.log";
-    DeleteFileW(path);
+    DeleteFileW(kErrorLog);
     ASSERT_EQ(driver_.WriteUsbErrorLog(kUsbPath, L"first\r\n"), ERROR_SUCCESS);
     ASSERT_EQ(driver_.WriteUsbErrorLog(kUsbPath, L"z\u00FC\u20AC\xD83D\xDE00\r\n"), ERROR_SUCCESS);
-    const FileHandle file(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+    const FileHandle file(CreateFileW(kErrorLog, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                       FILE_FLAG_DELETE_ON_CLOSE, nullptr));
     ASSERT_TRUE(file);
     char content[400] = {};

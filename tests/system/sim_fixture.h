@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "sim/client/device_nodes.h"
+#include "sim/client/plugging.h"
 
 class SimulatedBusTest : public testing::Test {
   protected:

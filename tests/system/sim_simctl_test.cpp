@@ -1,61 +1,18 @@
 // simctl as a person uses it: command lines, what they print, their exit codes.
 #include <thread>
 
+#include "tests/support/wait_until.h"
+#include "tests/system/run_program.h"
 #include "tests/system/sim_fixture.h"
 
 namespace {
 
-struct RunResult {
-    DWORD exitCode = 0xDEAD;
-    std::string output;
-};
-
-std::wstring TemporaryFile() {
-    wchar_t folder[MAX_PATH];
-    wchar_t path[MAX_PATH];
-    GetTempPathW(MAX_PATH, folder);
-    GetTempFileNameW(folder, L"sim", 0, path);
-    return path;
-}
-
-FileHandle OpenTemporary(const std::wstring& path, DWORD flags) {
-    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-    return FileHandle(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
-                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inherited,
-                                  OPEN_EXISTING, flags, nullptr));
-}
-
-std::string ReadWhole(const FileHandle& file) {
-    SetFilePointer(file.get(), 0, nullptr, FILE_BEGIN);
-    std::string text(GetFileSize(file.get(), nullptr), 0);
-    DWORD read = 0;
-    ReadFile(file.get(), text.data(), static_cast<DWORD>(text.size()), &read, nullptr);
-    text.resize(read);
-    return text;
-}
-
 RunResult RunSimctl(const std::wstring& arguments) {
-    const FileHandle output = OpenTemporary(TemporaryFile(), FILE_FLAG_DELETE_ON_CLOSE);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = output.get();
-    PROCESS_INFORMATION process = {};
-    std::wstring commandLine = std::wstring(L"\"" TAVIX_SIMCTL L"\" ") + arguments;
-    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                        &process))
-        return {};
-    const KernelHandle owner(process.hProcess);
-    const KernelHandle thread(process.hThread);
-    WaitForSingleObject(process.hProcess, 30000);
-    RunResult result;
-    GetExitCodeProcess(process.hProcess, &result.exitCode);
-    result.output = ReadWhole(output);
-    return result;
+    return RunProgram(TAVIX_SIMCTL, arguments);
 }
 
 bool Contains(const RunResult& result, std::string_view text) {
-    return result.output.find(text) != std::string::npos;
+    return (result.output + result.errors).find(text) != std::string::npos;
 }
 
 using Simctl = SimulatedBusTest;
@@ -109,6 +66,28 @@ TEST_F(Simctl, FieldsCountersAndErrorsAreSet) {
     Request(IOCTL_TAVIX_GetUsbErrStat, &name, sizeof(name), &errors, sizeof(errors));
     EXPECT_EQ(errors.bucketCounts[3], 5u);
     EXPECT_EQ(errors.totals.usbPortCycles, 7u);
+}
+
+TEST_F(Simctl, ATransferRunsUntilItIsStopped) {
+    Plug();
+    ASSERT_EQ(RunSimctl(L"transfer 1&2 --up 1000000 --read 1 --down 1000000 --miscount 3").exitCode, 0u);
+    const DeviceName_st name = Name(L"1&2");
+    FlowpathStat_st flowing = {};
+    ASSERT_TRUE(WaitUntil("both directions to flow", [&] {
+        Request(IOCTL_TAVIX_GetFlowpathStat, &name, sizeof(name), &flowing, sizeof(flowing));
+        return flowing.usbReceivedBytes > 3 && flowing.usbSentBytes != 0;
+    }));
+    EXPECT_GT(flowing.readBufferBytes, 0u);
+    EXPECT_EQ(flowing.writeBufferBytes, 0u);
+    EXPECT_EQ(flowing.vcomWrittenBytes, flowing.usbSentBytes + 3);
+    ASSERT_EQ(RunSimctl(L"transfer 1&2").exitCode, 0u);
+    FlowpathStat_st stopped = {};
+    FlowpathStat_st later = {};
+    Request(IOCTL_TAVIX_GetFlowpathStat, &name, sizeof(name), &stopped, sizeof(stopped));
+    Request(IOCTL_TAVIX_GetFlowpathStat, &name, sizeof(name), &later, sizeof(later));
+    EXPECT_EQ(stopped.usbReceivedBytes, later.usbReceivedBytes);
+    EXPECT_EQ(stopped.vcomWrittenBytes, stopped.usbSentBytes);
+    EXPECT_EQ(stopped.usbInActive, 0);
 }
 
 TEST_F(Simctl, DeviceGoesOfflineInTheMiddleOfARequest) {

@@ -228,8 +228,16 @@ TEST_F(SimUsb, OfflineDeviceHasLostItsFlowpath) {
     FlowpathStat_st stat = {};
     EXPECT_EQ(Query(IOCTL_TAVIX_GetFlowpathStat, stat), ERROR_DEVICE_NOT_CONNECTED);
     for (const uint32_t code : {IOCTL_TAVIX_ResetFlowpathStat, IOCTL_TAVIX_DestroyFlowpathStatHistory,
-                                IOCTL_TAVIX_StartBlindRun, IOCTL_TAVIX_StopBlindRun, IOCTL_TAVIX_UsbTweak0})
+                                IOCTL_TAVIX_StartBlindRun, IOCTL_TAVIX_StopBlindRun})
         EXPECT_EQ(Order(code), ERROR_DEVICE_NOT_CONNECTED);
+}
+
+TEST_F(SimUsb, OfflineDeviceCannotBeTweaked) {
+    Plug();
+    ASSERT_EQ(driver_.SetOnline(kHuid, false), ERROR_SUCCESS);
+    for (const uint32_t code :
+         {IOCTL_TAVIX_UsbTweak0, IOCTL_TAVIX_UsbTweak1, IOCTL_TAVIX_UsbTweak2, IOCTL_TAVIX_UsbTweak3})
+        EXPECT_EQ(Order(code), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(SimUsb, FlowpathIsTheDeclaredOneByteForByte) {
@@ -257,6 +265,53 @@ TEST_F(SimUsb, CountersRunByThemselvesAndKeepTheirInvariants) {
     EXPECT_EQ(stat.histUsbReadBytes, stat.usbReceivedBytes);
     EXPECT_EQ(stat.usbInActive, 1);
     EXPECT_EQ(stat.usbOutActive, 1);
+}
+
+TEST_F(SimUsb, ASlowReceiverFillsTheBufferAndThenLosesBytes) {
+    Plug();
+    FlowpathStat_st declared = {};
+    declared.readBufferLimitBytes = declared.writeBufferLimitBytes = 1000;
+    ASSERT_EQ(driver_.SetFlowpath(kHuid, declared), ERROR_SUCCESS);
+    for (const SimDeviceFieldId field : {kSimFieldReadRate, kSimFieldSendRate})
+        ASSERT_EQ(driver_.SetNumber(kHuid, field, 1000), ERROR_SUCCESS);
+    for (const SimDeviceFieldId field : {kSimFieldUpstreamRate, kSimFieldDownstreamRate})
+        ASSERT_EQ(driver_.SetNumber(kHuid, field, 1000000), ERROR_SUCCESS);
+    FlowpathStat_st stat = {};
+    ASSERT_TRUE(WaitUntil("both buffers to overflow", [&] {
+        return Query(IOCTL_TAVIX_GetFlowpathStat, stat) == ERROR_SUCCESS && stat.readDiscardBytes > 0 &&
+               stat.writeDiscardBytes > 0;
+    }));
+    EXPECT_EQ(stat.readBufferBytes, 1000u);
+    EXPECT_EQ(stat.readBufferPeakBytes, 1000u);
+    EXPECT_EQ(stat.writeBufferBytes, 1000u);
+    EXPECT_EQ(stat.writeBufferPeakBytes, 1000u);
+    EXPECT_EQ(stat.usbReceivedBytes, stat.vcomReadBytes + stat.readDiscardBytes + stat.readBufferBytes);
+    EXPECT_EQ(stat.vcomWrittenBytes, stat.usbSentBytes + stat.writeDiscardBytes + stat.writeBufferBytes);
+    EXPECT_EQ(stat.histReadDiscardBytes, stat.readDiscardBytes);
+    EXPECT_EQ(stat.histWriteDiscardBytes, stat.writeDiscardBytes);
+}
+
+TEST_F(SimUsb, AMiscountingDriverCountsTooManyInBothDirections) {
+    Plug();
+    ASSERT_EQ(driver_.SetNumber(kHuid, kSimFieldMiscount, 7), ERROR_SUCCESS);
+    FlowpathStat_st stat = {};
+    for (int i = 0; i < 2; ++i)
+        ASSERT_EQ(Query(IOCTL_TAVIX_GetFlowpathStat, stat), ERROR_SUCCESS);
+    EXPECT_EQ(stat.usbReceivedBytes, 7u);
+    EXPECT_EQ(stat.vcomWrittenBytes, 7u);
+}
+
+TEST_F(SimUsb, NothingFlowsWhileTheDeviceIsOffline) {
+    Plug();
+    ASSERT_EQ(driver_.SetOnline(kHuid, false), ERROR_SUCCESS);
+    ASSERT_EQ(driver_.SetNumber(kHuid, kSimFieldUpstreamRate, 1'000'000'000), ERROR_SUCCESS);
+    const DWORD start = GetTickCount();
+    ASSERT_TRUE(WaitUntil("some time to pass", [&] { return GetTickCount() != start; }));
+    ASSERT_EQ(driver_.SetNumber(kHuid, kSimFieldUpstreamRate, 0), ERROR_SUCCESS);
+    ASSERT_EQ(driver_.SetOnline(kHuid, true), ERROR_SUCCESS);
+    FlowpathStat_st stat = {};
+    ASSERT_EQ(Query(IOCTL_TAVIX_GetFlowpathStat, stat), ERROR_SUCCESS);
+    EXPECT_EQ(stat.usbReceivedBytes, 0u);
 }
 
 TEST_F(SimUsb, WrittenBytesAreCounted) {
@@ -351,7 +406,7 @@ TEST_F(SimUsb, DangleVcomIsMadeOnceAndOnlyWithAKnownIndex) {
     uint32_t index = 0;
     ASSERT_EQ(Request(IOCTL_TAVIX_CreateDangleVcom, &index, sizeof(index), nullptr, 0), ERROR_SUCCESS);
     EXPECT_EQ(Request(IOCTL_TAVIX_CreateDangleVcom, &index, sizeof(index), nullptr, 0), ERROR_ALREADY_EXISTS);
-    index = 2;
+    index = 4;
     EXPECT_EQ(Request(IOCTL_TAVIX_CreateDangleVcom, &index, sizeof(index), nullptr, 0),
               ERROR_INVALID_PARAMETER);
 }

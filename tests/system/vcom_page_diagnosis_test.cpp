@@ -105,12 +105,36 @@ TEST_F(VcomPageDiagnosisTest, ALostFlowpathIsSaid) {
     EXPECT_EQ(modal_.boxes()[0].text, L"Flowpath is lost.");
 }
 
-TEST_F(VcomPageDiagnosisTest, ADoubleClickWithShiftAsksTheDriverNothing) {
+TEST_F(VcomPageDiagnosisTest, AnyOtherFailureIsNamed) {
+    OpenIdlePage();
+    ASSERT_EQ(driver_.FailNext(IOCTL_TAVIX_GetUsbdInfo, static_cast<int32_t>(0xC0000022)), ERROR_SUCCESS);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    DoubleClick();
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].text, L"WinErr=5(ERROR_ACCESS_DENIED)");
+    EXPECT_EQ(modal_.boxes()[0].icon, UINT{MB_ICONERROR});
+}
+
+TEST_F(VcomPageDiagnosisTest, ADoubleClickWithShiftOnlyTriesToOpenThePort) {
     OpenIdlePage();
     const HeldKeys keys({VK_SHIFT});
     DoubleClick();
     EXPECT_TRUE(TakeRequests().empty());
+    EXPECT_TRUE(modal_.boxes().empty());
     EXPECT_TRUE(IsShown(IDC_VCOM_USB_ERROR_DETAILS));
+}
+
+TEST_F(VcomPageDiagnosisTest, ADoubleClickWithShiftShowsWhoHoldsThePort) {
+    ASSERT_EQ(driver_.SetOpenerPid(device_.huid, GetCurrentProcessId()), ERROR_SUCCESS);
+    OpenIdlePage();
+    modal_.ExpectBox(L"VCOM open error").Press(1);
+    const HeldKeys keys({VK_SHIFT});
+    DoubleClick();
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_NE(
+        modal_.boxes()[0].ControlText(100).find(L"(pid=" + std::to_wstring(GetCurrentProcessId()) + L")"),
+        std::wstring::npos);
+    EXPECT_EQ(TakeRequests(), Names{L"GetVcomOpenerPid"});
 }
 
 }  // namespace

@@ -15,18 +15,6 @@ constexpr wchar_t kFriendlyName[] = L"TAVIX Scanner (COM5)";
 
 }  // namespace
 
-HeldKeys::HeldKeys(std::initializer_list<int> virtualKeys) {
-    BYTE keys[256] = {};
-    for (const int key : virtualKeys)
-        keys[key] = 0x80;
-    SetKeyboardState(keys);
-}
-
-HeldKeys::~HeldKeys() {
-    BYTE keys[256] = {};
-    SetKeyboardState(keys);
-}
-
 void VcomPageTest::SetUp() {
     SimulatedBusTest::SetUp();
     ASSERT_TRUE(InstallPlatformShim());
@@ -81,42 +69,8 @@ void VcomPageTest::MakeParams() {
     params_->deviceInfoData = &element_;
 }
 
-void VcomPageTest::Click(int controlId) {
-    SendDlgItemMessageW(page_, controlId, BM_CLICK, 0, 0);
-}
-
 void VcomPageTest::Tick() {
     SendMessageW(page_, WM_TIMER, 51, 0);
-}
-
-std::wstring VcomPageTest::Text(int controlId) const {
-    wchar_t text[4000] = {};
-    GetDlgItemTextW(page_, controlId, text, 4000);
-    return text;
-}
-
-bool VcomPageTest::IsEnabled(int controlId) const {
-    return IsWindowEnabled(GetDlgItem(page_, controlId)) != 0;
-}
-
-bool VcomPageTest::IsShown(int controlId) const {
-    return (GetWindowLongPtrW(GetDlgItem(page_, controlId), GWL_STYLE) & WS_VISIBLE) != 0;
-}
-
-bool VcomPageTest::IsChecked(int controlId) const {
-    return IsDlgButtonChecked(page_, controlId) == BST_CHECKED;
-}
-
-int VcomPageTest::Selection() const {
-    return static_cast<int>(SendDlgItemMessageW(page_, IDC_VCOM_PORT_NAME, CB_GETCURSEL, 0, 0));
-}
-
-void VcomPageTest::Select(int portNumber) {
-    SendDlgItemMessageW(page_, IDC_VCOM_PORT_NAME, CB_SETCURSEL, static_cast<WPARAM>(portNumber - 1), 0);
-}
-
-void VcomPageTest::Check(int firstId, int lastId, int checkedId) {
-    CheckRadioButton(page_, firstId, lastId, checkedId);
 }
 
 VcomPageTest::Look VcomPageTest::LookOf(int controlId, UINT message) const {

@@ -1,26 +1,20 @@
 // The VCOM page of one plugged device: its real dialog in a window of the test, on the simulated bus.
 #pragma once
 
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "base/win32_handle.h"
 #include "pages/prospage_params.h"
+#include "resources/resource_ids.h"
 #include "sim/client/refused_open.h"
+#include "tests/support/dialog_under_test.h"
+#include "tests/support/held_keys.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/modal_driver.h"
+#include "tests/support/timer_record.h"
 #include "tests/system/sim_fixture.h"
-
-// Keys that are down for the code of this thread that asks for them.
-class HeldKeys {
-  public:
-    explicit HeldKeys(std::initializer_list<int> virtualKeys);
-    ~HeldKeys();
-    HeldKeys(const HeldKeys&) = delete;
-    HeldKeys& operator=(const HeldKeys&) = delete;
-};
 
 class VcomPageTest : public SimulatedBusTest {
   protected:
@@ -33,16 +27,16 @@ class VcomPageTest : public SimulatedBusTest {
     // A fresh object for the next page; the one before is gone.
     void MakeParams();
 
-    void Click(int controlId);
     void Tick();
-    std::wstring Text(int controlId) const;
-    bool IsEnabled(int controlId) const;
-    // Of the control itself: the test's window need not be on the screen.
-    bool IsShown(int controlId) const;
-    bool IsChecked(int controlId) const;
-    int Selection() const;
-    void Select(int portNumber);
-    void Check(int firstId, int lastId, int checkedId);
+    DialogUnderTest dialog() const { return DialogUnderTest(page_); }
+    void Click(int controlId) { dialog().Click(controlId); }
+    std::wstring Text(int controlId) const { return dialog().Text(controlId); }
+    bool IsEnabled(int controlId) const { return dialog().IsEnabled(controlId); }
+    bool IsShown(int controlId) const { return dialog().IsShown(controlId); }
+    bool IsChecked(int controlId) const { return dialog().IsChecked(controlId); }
+    int Selection() const { return dialog().Selection(IDC_VCOM_PORT_NAME); }
+    void Select(int portNumber) { dialog().Select(IDC_VCOM_PORT_NAME, portNumber - 1); }
+    void Check(int firstId, int lastId, int checkedId) { dialog().CheckRadio(firstId, lastId, checkedId); }
     // What the dialog procedure itself returns.
     LRESULT Answer(UINT message, WPARAM wParam, LPARAM lParam) const;
     // The colors that the control would be painted with; the brush is null for the usual look.
@@ -57,12 +51,16 @@ class VcomPageTest : public SimulatedBusTest {
     // Names of the requests since the last call, oldest first, and the requests themselves.
     std::vector<std::wstring> TakeRequests();
     const std::vector<LoggedRequest>& taken() const { return taken_; }
+    // As the property sheet does once it has released its pages.
+    void DestroyDeviceList() { list_.reset(); }
     std::wstring DeviceTail();  // what the page names its VCOM by
 
     // The driver's refusals of an opening reach the product.
     ReplacedCall<CreateFileW> hearingOpen_{"CreateFileW", CreateFileHearingRefusal};
     SimDeviceState_st device_ = {};
     ModalDriver modal_;
+    // A slow machine would tick while a box is open.
+    TimerRecord timers_{TimerRecord::Timers::kHeld};
     std::unique_ptr<VcomProspageParams_st> params_;
     OwnedWindow frame_;
     HWND page_ = nullptr;

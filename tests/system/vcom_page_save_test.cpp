@@ -1,6 +1,7 @@
 // Saving from the VCOM page: what is asked, what is sent, what is said.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/windows_api.h"
@@ -59,10 +60,30 @@ class VcomPageSaveTest : public VcomPageTest {
         EXPECT_TRUE(Answer(WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&header)));
         return GetWindowLongPtrW(page_, DWLP_MSGRESULT) != 0;
     }
-    void Apply() {
+    // What the page answers to the sheet's OK.
+    LONG_PTR Apply() {
         NMHDR header = {page_, 0, static_cast<UINT>(PSN_APPLY)};
         EXPECT_TRUE(Answer(WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&header)));
-        EXPECT_EQ(GetWindowLongPtrW(page_, DWLP_MSGRESULT), PSNRET_NOERROR);
+        return GetWindowLongPtrW(page_, DWLP_MSGRESULT);
+    }
+    // The port of the request to write, as sent.
+    std::wstring SentPort() {
+        TakeRequests();
+        for (const LoggedRequest& request : taken()) {
+            if (request.record.code != IOCTL_TAVIX_SetVcomCfg) continue;
+            VcomCfgRequest_st sent = {};
+            memcpy(&sent, request.input.data(), std::min(sizeof(sent), request.input.size()));
+            return sent.portName;
+        }
+        return L"(not sent)";
+    }
+    // The driver has the VCOM on a port that the list does not have.
+    void AnswerWithPort200(uint32_t times) {
+        VcomCfgReply_st reply = {};
+        wcscpy(reply.portName, L"COM200");
+        reply.lifemode = kLifemodeFriendly;
+        const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(&reply), sizeof(reply));
+        ASSERT_EQ(driver_.AnswerNext(RequestCode(L"GetVcomCfg"), bytes, times), ERROR_SUCCESS);
     }
 };
 
@@ -111,16 +132,62 @@ TEST_F(VcomPageSaveTest, TheGlobalRecordKeepsWhatThePageDoesNotShow) {
 
 // The list has no entry for the port in use, so nothing is selected and nothing was changed.
 TEST_F(VcomPageSaveTest, APortBehindTheListIsNotAChange) {
-    VcomCfgReply_st reply = {};
-    wcscpy(reply.portName, L"COM200");
-    reply.lifemode = kLifemodeFriendly;
-    const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(&reply), sizeof(reply));
-    ASSERT_EQ(driver_.AnswerNext(RequestCode(L"GetVcomCfg"), bytes, 2), ERROR_SUCCESS);
+    AnswerWithPort200(2);
     OpenIdlePage();
     ASSERT_EQ(Selection(), -1);
     Click(IDC_VCOM_SAVE);
     EXPECT_EQ(TakeRequests(), kReadRequests);
     EXPECT_TRUE(modal_.boxes().empty());
+}
+
+TEST_F(VcomPageSaveTest, APortBehindTheListGoesBackWithOtherChanges) {
+    AnswerWithPort200(3);
+    OpenIdlePage();
+    Check(1002, 1004, 1004);
+    SaveWithSuccess();
+    EXPECT_EQ(SentPort(), L"COM200");
+}
+
+TEST_F(VcomPageSaveTest, WithoutAListThePortStays) {
+    {
+        REPLACE_CALL(
+            send, SendMessageW, [](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+                return message == CB_ADDSTRING ? CB_ERRSPACE : SendMessageW(window, message, wParam, lParam);
+            });
+        OpenIdlePage();
+    }
+    Check(1002, 1004, device_.lifemode == kLifemodePersistent ? 1002 : 1004);
+    SaveWithSuccess();
+    EXPECT_EQ(SentPort(), device_.portName);
+}
+
+TEST_F(VcomPageSaveTest, ASelectedPortWhoseTextCannotBeReadIsNotReplacedByAnother) {
+    OpenIdlePage();
+    Select(20);
+    Check(1002, 1004, device_.lifemode == kLifemodePersistent ? 1002 : 1004);
+    REPLACE_CALL(text, GetDlgItemTextW, [](HWND, int, wchar_t* buffer, int) {
+        buffer[0] = L'\0';
+        return UINT{0};
+    });
+    Click(IDC_VCOM_SAVE);
+    EXPECT_FALSE(KillActive());
+    EXPECT_EQ(Apply(), PSNRET_INVALID_NOCHANGEPAGE) << "what the user chose is not lost";
+    EXPECT_TRUE(TakeRequests().empty());
+    EXPECT_TRUE(modal_.boxes().empty());
+}
+
+TEST_F(VcomPageSaveTest, ThePortIsReadOnceForTheQuestionAndTheSave) {
+    OpenIdlePage();
+    Select(20);
+    int reads = 0;
+    REPLACE_CALL(text, GetDlgItemTextW, [&](HWND page, int id, wchar_t* buffer, int chars) {
+        if (id == IDC_VCOM_PORT_NAME) ++reads;
+        return GetDlgItemTextW(page, id, buffer, chars);
+    });
+    modal_.ExpectBox(L"TAVIX Message").Press(IDYES);
+    SaveWithSuccess();
+    EXPECT_EQ(SentPort(), L"COM20 (!)");
+    EXPECT_EQ(reads, 1);
 }
 
 struct ChangeRow {
@@ -233,6 +300,16 @@ TEST_F(VcomPageSaveTest, LeavingThePageWithAConflictKeepsItActiveOnNo) {
     EXPECT_FALSE(KillActive());
 }
 
+TEST_F(VcomPageSaveTest, AQuestionThatCannotBeShownHoldsNothingAndSavesNothing) {
+    OpenIdlePage();
+    Select(20);
+    REPLACE_CALL(box, MessageBoxW, [](HWND, LPCWSTR, LPCWSTR, UINT) { return 0; });
+    EXPECT_FALSE(KillActive());
+    Click(IDC_VCOM_SAVE);
+    EXPECT_TRUE(TakeRequests().empty());
+    EXPECT_EQ(box.calls(), 2);
+}
+
 TEST_F(VcomPageSaveTest, LeavingThePageWithoutAConflictAsksNothing) {
     OpenIdlePage();
     Select(31);
@@ -243,14 +320,33 @@ TEST_F(VcomPageSaveTest, ApplyingSavesWithoutTheConflictQuestion) {
     OpenIdlePage();
     Select(20);
     modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
-    Apply();
+    EXPECT_EQ(Apply(), PSNRET_NOERROR);
     EXPECT_EQ(TakeRequests(), Joined(kSaveRequests, kRefreshRequests));
 }
 
 TEST_F(VcomPageSaveTest, ApplyingWithoutAChangeOnlyReads) {
     OpenIdlePage();
-    Apply();
+    EXPECT_EQ(Apply(), PSNRET_NOERROR);
     EXPECT_EQ(TakeRequests(), kReadRequests);
+}
+
+TEST_F(VcomPageSaveTest, AFailedSaveKeepsTheSheetOpen) {
+    OpenIdlePage();
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldSetCfgResult, 5), ERROR_SUCCESS);
+    Select(30);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    EXPECT_EQ(Apply(), PSNRET_INVALID_NOCHANGEPAGE);
+    EXPECT_EQ(Selection(), 29);
+}
+
+TEST_F(VcomPageSaveTest, APageThatNeverShowedAConfigurationSavesNothing) {
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldCfgResult, 6), ERROR_SUCCESS);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenIdlePage();
+    ASSERT_EQ(driver_.SetNumber(device_.huid, kSimFieldCfgResult, 0), ERROR_SUCCESS);
+    EXPECT_EQ(Apply(), PSNRET_NOERROR);
+    EXPECT_TRUE(TakeRequests().empty());
+    EXPECT_EQ(modal_.boxes().size(), 1u);
 }
 
 constexpr wchar_t kUnpluggedQuestion[] =

@@ -5,15 +5,21 @@
 
 #include <commctrl.h>
 
+#include "base/trace_line.h"
 #include "base/xfmt.h"
 #include "driver/vbus.h"
 #include "pages/port_names.h"
+#include "pages/vcom_page_parts.h"
 #include "resources/resource_ids.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"
+#include "tests/support/resource_library.h"
+#include "tests/support/scratch_system_directory.h"
 #include "tests/support/screenshot.h"
+#include "tests/support/temporary_file.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/vcom_page_fixture.h"
+#include "ui/custom_resource.h"
 
 namespace {
 
@@ -28,12 +34,12 @@ constexpr int kLeakOpenings = 25;
 constexpr int kTicksPerRun = 10;
 constexpr int kLeakTickRuns = 20;
 
-TEST_F(VcomPageTest, OpensWithFiveRequests) {
+TEST_F(VcomPageTest, OpensWithSixRequests) {
     OpenPage();
-    EXPECT_EQ(TakeRequests(),
-              (Names{L"GetDriverVersion", L"GetVcomCfg", L"GetGlobalCfg", L"GetLogCfg", L"GetUsbErrStat"}));
-    EXPECT_EQ(taken()[1].DeviceName(), DeviceTail());
-    EXPECT_EQ(taken()[4].DeviceName(), DeviceTail());
+    EXPECT_EQ(TakeRequests(), (Names{L"GetLogCfg", L"GetDriverVersion", L"GetVcomCfg", L"GetGlobalCfg",
+                                     L"GetLogCfg", L"GetUsbErrStat"}));
+    EXPECT_EQ(taken()[2].DeviceName(), DeviceTail());
+    EXPECT_EQ(taken()[5].DeviceName(), DeviceTail());
 }
 
 TEST_F(VcomPageTest, ATickSendsOneRequest) {
@@ -43,24 +49,29 @@ TEST_F(VcomPageTest, ATickSendsOneRequest) {
     EXPECT_EQ(TakeRequests(), Names{L"GetUsbErrStat"});
 }
 
-TEST_F(VcomPageTest, TicksEverySecond) {
+TEST_F(VcomPageTest, TicksEverySecondUntilItIsClosed) {
     OpenPage();
-    TakeRequests();
-    Names requests;
-    EXPECT_TRUE(PumpUntil("two ticks", [&] {
-        for (const std::wstring& name : TakeRequests())
-            requests.push_back(name);
-        return requests.size() >= 2;
-    }));
+    EXPECT_EQ(timers_.IntervalsOf(kVcomTimer), std::vector<UINT>{1000});
+    ClosePage();
+    EXPECT_FALSE(timers_.IsRunning(kVcomTimer));
 }
 
-TEST_F(VcomPageTest, ShowsTheFriendlyNameInBold) {
+LOGFONTW FontOf(HWND control) {
+    LOGFONTW font = {};
+    GetObjectW(reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0)), sizeof(font), &font);
+    return font;
+}
+
+TEST_F(VcomPageTest, ShowsTheFriendlyNameInTheBoldFormOfThePagesFont) {
     OpenPage();
     EXPECT_EQ(Text(IDC_VCOM_FRIENDLY_NAME), L"TAVIX Scanner (COM5)");
-    LOGFONTW font = {};
-    GetObjectW(reinterpret_cast<HFONT>(SendDlgItemMessageW(page_, IDC_VCOM_FRIENDLY_NAME, WM_GETFONT, 0, 0)),
-               sizeof(font), &font);
-    EXPECT_EQ(font.lfWeight, 700);
+    const LOGFONTW bold = FontOf(GetDlgItem(page_, IDC_VCOM_FRIENDLY_NAME));
+    const LOGFONTW usual = FontOf(GetDlgItem(page_, IDC_VCOM_DRIVER_VERSION));
+    EXPECT_EQ(bold.lfWeight, 700);
+    EXPECT_NE(usual.lfWeight, 700);
+    EXPECT_STREQ(bold.lfFaceName, usual.lfFaceName);
+    EXPECT_EQ(bold.lfHeight, usual.lfHeight);
+    EXPECT_EQ(bold.lfCharSet, usual.lfCharSet);
 }
 
 TEST_F(VcomPageTest, ShowsTheDriversVersion) {
@@ -144,6 +155,20 @@ TEST_F(VcomPageTest, UnknownModesLeaveTheRadiosUnchecked) {
     OpenPage();
     for (const int id : {1002, 1003, 1004, 1007, 1008, 1009, 1010})
         EXPECT_FALSE(IsChecked(id)) << id;
+    // Both groups can still be reached from the control before them.
+    EXPECT_TRUE(GetWindowLongPtrW(GetDlgItem(page_, 1002), GWL_STYLE) & WS_TABSTOP);
+    EXPECT_TRUE(GetWindowLongPtrW(GetDlgItem(page_, 1007), GWL_STYLE) & WS_TABSTOP);
+}
+
+TEST_F(VcomPageTest, AListThatCannotBeFilledStaysEmpty) {
+    int added = 0;
+    REPLACE_CALL(send, SendMessageW, [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+        if (message == CB_ADDSTRING && ++added == 3) return CB_ERRSPACE;
+        return SendMessageW(window, message, wParam, lParam);
+    });
+    OpenPage();
+    EXPECT_EQ(SendDlgItemMessageW(page_, IDC_VCOM_PORT_NAME, CB_GETCOUNT, 0, 0), 0);
+    EXPECT_EQ(Selection(), -1);
 }
 
 TEST_F(VcomPageTest, BindingByUsbPortNeedsVista) {
@@ -173,8 +198,10 @@ TEST_F(VcomPageTest, AnUnpluggedVcomIsMarkedAtTheNextTickAndUnmarkedWhenItIsBack
     Tick();
     EXPECT_EQ(Text(IDC_VCOM_FRIENDLY_NAME), L"TAVIX Scanner (COM5) -- Not Plugged In");
     EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).text, RGB(255, 0, 0));
-    for (const UINT message : {WM_CTLCOLORSTATIC, WM_CTLCOLOREDIT})
+    for (const UINT message : {WM_CTLCOLORSTATIC, WM_CTLCOLOREDIT}) {
         EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME, message).background, RGB(255, 192, 192)) << message;
+        EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME, message).brush, params_->lightRedBrush.get()) << message;
+    }
     SaveScreenshot(page_, L"vcom_page_unplugged");
     ASSERT_EQ(driver_.SetPresence(device_.vcomInstanceId, true, 0), ERROR_SUCCESS);
     Tick();
@@ -197,6 +224,29 @@ TEST_F(VcomPageTest, AnUnreadableNameDisablesThePageAndEndsItsTicks) {
         EXPECT_FALSE(IsEnabled(id)) << id;
     EXPECT_TRUE(IsEnabled(IDC_VCOM_REFRESH));
     EXPECT_FALSE(params_->timerRunning);
+}
+
+TEST_F(VcomPageTest, TheLoggingBoxIsRightWhateverFailsBehindIt) {
+    LogCfg_st log = {};
+    log.fileLogging = 1;
+    ASSERT_EQ(driver_.SetLogCfg(log), ERROR_SUCCESS);
+    REPLACE_CALL(property, SetupDiGetDeviceRegistryPropertyW, [](auto...) { return FALSE; });
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    OpenPage();
+    EXPECT_TRUE(IsChecked(IDC_FILE_LOGGING));
+    EXPECT_EQ(TakeRequests(), Names{L"GetLogCfg"});
+}
+
+TEST_F(VcomPageTest, AVersionThatCannotBeHadIsNoReasonToStop) {
+    ASSERT_EQ(driver_.FailNext(IOCTL_TAVIX_GetDriverVersion, static_cast<int32_t>(0xC0000001)),
+              ERROR_SUCCESS);
+    OpenPage();
+    EXPECT_TRUE(modal_.boxes().empty()) << "the bus was opened";
+    EXPECT_EQ(Text(IDC_VCOM_DRIVER_VERSION), L"[TAVIX]");
+    EXPECT_EQ(params_->notPlugged, 0);
+    for (const int id : kDisabledWithoutConfig)
+        EXPECT_TRUE(IsEnabled(id)) << id;
+    EXPECT_NE(Selection(), -1);
 }
 
 TEST_F(VcomPageTest, RefreshStartsTheTicksAgain) {
@@ -315,11 +365,38 @@ TEST_F(VcomPageTest, SwallowsHelpContextMenuAndCharacters) {
         EXPECT_TRUE(Answer(message, 0, 0)) << message;
 }
 
-TEST_F(VcomPageTest, StopsItsTimerWhenItIsDestroyed) {
+TEST_F(VcomPageTest, RunsOneTimerOfASecondUntilItIsDestroyed) {
+    std::vector<std::pair<UINT_PTR, UINT>> started;
+    std::vector<UINT_PTR> stopped;
+    REPLACE_CALL(set, SetTimer, [&](HWND window, UINT_PTR id, UINT interval, TIMERPROC procedure) {
+        started.emplace_back(id, interval);
+        return SetTimer(window, id, interval, procedure);
+    });
+    REPLACE_CALL(kill, KillTimer, [&](HWND window, UINT_PTR id) {
+        EXPECT_EQ(window, page_);
+        stopped.push_back(id);
+        return KillTimer(window, id);
+    });
     OpenPage();
-    EXPECT_TRUE(params_->timerRunning);
+    Click(IDC_VCOM_REFRESH);
+    EXPECT_EQ(started, (std::vector<std::pair<UINT_PTR, UINT>>{{51, 1000}}));
+    EXPECT_TRUE(stopped.empty());
     ClosePage();
+    EXPECT_EQ(stopped, std::vector<UINT_PTR>{51});
     EXPECT_FALSE(params_->timerRunning);
+}
+
+std::vector<std::wstring> g_traced;
+
+TEST_F(VcomPageTest, TracesItsDestruction) {
+    OpenPage();
+    g_traced.clear();
+    SetTraceLineHook([](const wchar_t* line) { g_traced.emplace_back(line); });
+    ClosePage();
+    SetTraceLineHook(nullptr);
+    ASSERT_EQ(g_traced.size(), 1u);
+    EXPECT_EQ(g_traced[0].rfind(L"WM_DESTROY of property page", 0), 0u);
+    EXPECT_NE(params_->boldFont.get(), nullptr) << "the object lives on";
 }
 
 TEST_F(VcomPageTest, APageWithoutAnObjectShowsItsControlsAndDoesNothing) {
@@ -361,20 +438,32 @@ TEST_F(VcomPageTest, TheWholeToolsButtonOpensTheMenu) {
     EXPECT_EQ(split.uSplitStyle, UINT{BCSS_NOSPLIT});
 }
 
-TEST_F(VcomPageTest, HasAnIconAndAHint) {
+TEST_F(VcomPageTest, HasTheModulesIcon) {
     OpenPage();
-    EXPECT_NE(SendDlgItemMessageW(page_, IDC_VCOM_ICON, STM_GETICON, 0, 0), 0);
-    ASSERT_NE(params_->hint, nullptr);
-    EXPECT_EQ(GetWindow(params_->hint->Window(), GW_OWNER), frame_.get());
+    const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(103));
+    ASSERT_NE(icon, nullptr);
+    EXPECT_EQ(reinterpret_cast<HICON>(SendDlgItemMessageW(page_, IDC_VCOM_ICON, STM_GETICON, 0, 0)), icon);
 }
 
-TEST_F(VcomPageTest, ToolsAndMoreGlobalsAreThereAndAskTheDriverNothing) {
+TEST_F(VcomPageTest, HasTheCustomersIconWhenThereIsOne) {
+    const ScratchSystemDirectory system;
+    Bytes library = CustomerLibrary().Build();
+    StampImage(&library);
+    WriteWholeFile(system.CustomLibraryPath(), library);
+    LoadCustomResourceLibrary();
+    ASSERT_TRUE(IsCustomResourceActive());
     OpenPage();
-    KillTimer(page_, 51);
-    TakeRequests();
-    Click(IDC_VCOM_TOOLS);
-    Click(IDC_VCOM_MORE_GLOBALS);
-    EXPECT_TRUE(TakeRequests().empty());
+    const auto shown = reinterpret_cast<HICON>(SendDlgItemMessageW(page_, IDC_VCOM_ICON, STM_GETICON, 0, 0));
+    EXPECT_EQ(shown, CustomSmallIcon());
+    EXPECT_NE(shown, LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(103)));
+    ClosePage();
+    FreeCustomResourceLibrary();
+}
+
+TEST_F(VcomPageTest, HasAHint) {
+    OpenPage();
+    ASSERT_NE(params_->hint, nullptr);
+    EXPECT_EQ(GetWindow(params_->hint->Window(), GW_OWNER), frame_.get());
 }
 
 TEST_F(VcomPageTest, LooksAsItShould) {

@@ -1,9 +1,12 @@
 // The USB error line of the VCOM page and the details behind it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "driver/usb_err_stat.h"
 #include "resources/resource_ids.h"
 #include "tests/support/screenshot.h"
+#include "tests/support/timer_record.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/vcom_page_fixture.h"
 
@@ -66,6 +69,7 @@ TEST_F(VcomPageUsbErrorTest, RecoveredErrorsAreYellow) {
     EXPECT_TRUE(IsShown(IDC_VCOM_USB_ERROR_DETAILS));
     const Look look = LookOf(IDC_VCOM_USB_ERROR_LINE);
     EXPECT_EQ(BrushColor(look.brush), kLightYellow);
+    EXPECT_EQ(look.brush, params_->lightYellowBrush.get());
     EXPECT_EQ(look.mode, TRANSPARENT);
     EXPECT_EQ(look.text, RGB(0, 0, 0));
     EXPECT_EQ(LookOf(IDC_VCOM_USB_ERROR_LINE, WM_CTLCOLOREDIT).brush, look.brush);
@@ -94,9 +98,45 @@ TEST_F(VcomPageUsbErrorTest, CountersThatAreNotEvaluatedColorTheName) {
     Show(stat);
     EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).text, RGB(192, 128, 96));
     EXPECT_EQ(Text(IDC_VCOM_USB_ERROR_LINE), L"");
+    SaveScreenshot(page_, L"vcom_page_not_evaluated");
     stat.evaluate = 1;
     Show(stat);
     EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).brush, nullptr);
+}
+
+// The theme paints pages with a texture of its own, through the default procedure.
+TEST_F(VcomPageUsbErrorTest, CountersThatAreNotEvaluatedLeaveTheBackgroundToTheTheme) {
+    UsbErrStat_st stat = Stat(3, 9, 0);
+    stat.evaluate = 0;
+    Show(stat);
+    const OwnedBrush texture(CreateSolidBrush(RGB(1, 2, 3)));
+    REPLACE_CALL(themed, DefDlgProcW, [&](HWND page, UINT message, WPARAM dc, LPARAM control) -> LRESULT {
+        EXPECT_FALSE(Answer(message, dc, control)) << "the page has no wish of its own";
+        SetBkMode(reinterpret_cast<HDC>(dc), TRANSPARENT);
+        SetTextColor(reinterpret_cast<HDC>(dc), RGB(4, 5, 6));
+        EXPECT_EQ(page, page_);
+        return reinterpret_cast<LRESULT>(texture.get());
+    });
+    for (const UINT message : {WM_CTLCOLORSTATIC, WM_CTLCOLOREDIT}) {
+        const Look look = LookOf(IDC_VCOM_FRIENDLY_NAME, message);
+        EXPECT_EQ(look.brush, texture.get());
+        EXPECT_EQ(look.mode, TRANSPARENT);
+        EXPECT_EQ(look.text, RGB(192, 128, 96));
+    }
+}
+
+TEST_F(VcomPageUsbErrorTest, WithoutAThemeOnlyTheTextDiffers) {
+    UsbErrStat_st stat = Stat(3, 9, 0);
+    stat.evaluate = 0;
+    Show(stat);
+    const HWND name = GetDlgItem(page_, IDC_VCOM_FRIENDLY_NAME);
+    const HDC dc = GetDC(name);
+    const auto usual = reinterpret_cast<HBRUSH>(DefWindowProcW(
+        page_, WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(name)));
+    const COLORREF background = GetBkColor(dc);
+    ReleaseDC(name, dc);
+    EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).brush, usual);
+    EXPECT_EQ(LookOf(IDC_VCOM_FRIENDLY_NAME).background, background);
 }
 
 TEST_F(VcomPageUsbErrorTest, AFailedRequestIsNamedAndHidesTheButton) {
@@ -128,6 +168,7 @@ TEST_F(VcomPageUsbErrorTest, DetailsWithAltAreAPlainMessageBox) {
 
 TEST_F(VcomPageUsbErrorTest, DetailsAreAnInfoBoxThatRefreshesItself) {
     Show(Stat(3, 9, 0));
+    const TimerRecord ticking;  // the box refreshes by its own timer; the page's stays held
     modal_.ExpectBox(L"USB error details").Do([&](BoxView& box) {
         EXPECT_EQ(box.Text(1), L"Close");
         EXPECT_TRUE(box.IsChecked(102));
@@ -149,6 +190,18 @@ TEST_F(VcomPageUsbErrorTest, DetailsAreAnInfoBoxThatRefreshesItself) {
     EXPECT_EQ(modal_.boxes()[0].Control(2)->visible, false);
 }
 
+TEST_F(VcomPageUsbErrorTest, DetailsAreReadAgainEveryTwoSeconds) {
+    Show(Stat(3, 9, 0));
+    std::vector<UINT> intervals;
+    REPLACE_CALL(set, SetTimer, [&](HWND window, UINT_PTR id, UINT interval, TIMERPROC procedure) {
+        intervals.push_back(interval);
+        return SetTimer(window, id, interval, procedure);
+    });
+    modal_.ExpectBox(L"USB error details").Press(1);
+    Click(IDC_VCOM_USB_ERROR_DETAILS);
+    EXPECT_EQ(std::count(intervals.begin(), intervals.end(), 2000u), 1);
+}
+
 TEST_F(VcomPageUsbErrorTest, DetailsWithCtrlHaveNoOwner) {
     Show(Stat(3, 9, 0));
     modal_.ExpectBox(L"USB error details").Press(1);
@@ -160,9 +213,14 @@ TEST_F(VcomPageUsbErrorTest, DetailsWithCtrlHaveNoOwner) {
 
 TEST_F(VcomPageUsbErrorTest, AClosedPageDoesNotHurtTheDetailsThatOutliveIt) {
     Show(Stat(3, 9, 0));
+    const TimerRecord ticking;  // the box refreshes by its own timer; the page's stays held
     modal_.ExpectBox(L"USB error details").Do([&](BoxView& box) {
         PostMessageW(frame_.get(), WM_CLOSE, 0, 0);
         box.WaitFor("the page to be gone", [&] { return !IsWindow(page_); });
+        DestroyDeviceList();
+        driver_.SetUsbErrStat(device_.huid, Stat(77, 9, 0));
+        box.WaitFor("the counters of the device",
+                    [&] { return box.Text(100).find(L"  77  ") != std::wstring::npos; });
         box.Press(1);
     });
     const HeldKeys keys({VK_CONTROL});

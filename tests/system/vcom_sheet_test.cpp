@@ -38,14 +38,14 @@ class VcomSheetTest : public PackageTest {
         ASSERT_EQ(driver.SetPortState(kTakenPort, kPortOfPresentDevice), static_cast<DWORD>(ERROR_SUCCESS));
         node_ = std::make_unique<OpenedNode>(VcomInstanceId(first));
         ASSERT_TRUE(*node_);
-        header_.dwSize = sizeof header_;
+        header_.dwSize = sizeof(header_);
         header_.phpage = pages_.data();
         ASSERT_TRUE(SetupDiGetClassDevPropertySheetsW(node_->set(), node_->element(), &header_,
                                                       static_cast<DWORD>(pages_.size()), nullptr,
                                                       DIGCDP_FLAG_ADVANCED));
         ASSERT_EQ(header_.nPages, 1u);
-        PROPSHEETPAGEW empty{};
-        empty.dwSize = sizeof empty;
+        PROPSHEETPAGEW empty = {};
+        empty.dwSize = sizeof(empty);
         empty.dwFlags = PSP_DLGINDIRECT | PSP_USETITLE;
         empty.pResource = &template_.head;
         empty.pszTitle = L"Empty";
@@ -71,6 +71,9 @@ class VcomSheetTest : public PackageTest {
         SendDlgItemMessageW(page_, IDC_VCOM_PORT_NAME, CB_SETCURSEL, static_cast<WPARAM>(portNumber - 1), 0);
     }
     HWND CurrentPage() const { return PropSheet_GetCurrentPageHwnd(sheet_.get()); }
+    std::wstring DeviceHuid() {
+        return driver.FindDevice(first.InstanceId()).value_or(SimDeviceState_st{}).huid;
+    }
     std::wstring PortName() {
         return driver.FindDevice(first.InstanceId()).value_or(SimDeviceState_st{}).portName;
     }
@@ -85,8 +88,8 @@ class VcomSheetTest : public PackageTest {
   private:
     EmptyTemplate template_;
     std::unique_ptr<OpenedNode> node_;
-    std::array<HPROPSHEETPAGE, 20> pages_{};
-    PROPSHEETHEADERW header_{};
+    std::array<HPROPSHEETPAGE, 20> pages_ = {};
+    PROPSHEETHEADERW header_ = {};
 };
 
 constexpr wchar_t kConflict[] = L"Your selected PortName \"COM20 (!)\" may cause conflict";
@@ -141,6 +144,19 @@ TEST_F(VcomSheetTest, OkAsksAboutAConflictOnceAndThenSaves) {
     EXPECT_EQ(PortName(), L"COM20");
 }
 
+TEST_F(VcomSheetTest, OkWithASaveThatFailsLeavesTheSheetOpen) {
+    OpenSheet();
+    ASSERT_EQ(driver.SetNumber(DeviceHuid(), kSimFieldSetCfgResult, 5), static_cast<DWORD>(ERROR_SUCCESS));
+    Select(kOtherPort);
+    modal_->ExpectBox(L"TAVIX Message").Press(IDOK);
+    PropSheet_PressButton(sheet_.get(), PSBTN_OK);
+    EXPECT_TRUE(PumpUntil("the message", [&] { return modal_->boxes().size() == 1; }));
+    PumpPendingMessages();
+    EXPECT_EQ(BoxText(0), L"Error in tavo_SetVcomCfg(). UfAppErr=5(UfAppErr_Registry).");
+    EXPECT_EQ(CurrentPage(), page_) << "a sheet that is done has no current page";
+    EXPECT_EQ(SendDlgItemMessageW(page_, IDC_VCOM_PORT_NAME, CB_GETCURSEL, 0, 0), kOtherPort - 1);
+}
+
 TEST_F(VcomSheetTest, OkWithANoToTheConflictSavesNothing) {
     OpenSheet();
     const std::wstring before = PortName();
@@ -187,6 +203,37 @@ TEST_F(VcomSheetTest, ASheetDestroyedBehindTheSavesMessageIsNotTouchedAgain) {
     EXPECT_FALSE(IsWindow(sheet_.release()));
     EXPECT_EQ(modal_->boxes().size(), 1u);
     EXPECT_EQ(PortName(), L"COM31");
+}
+
+// ---- the terminal program of the driver package
+
+HWND FindTerminal(const std::wstring& port) {
+    const HWND terminal = FindWindowW(L"TavixSimTerminal", (L"PuTTY - TAVIX " + port).c_str());
+    return terminal != nullptr && IsWindowVisible(terminal) ? terminal : nullptr;
+}
+
+TEST_F(VcomSheetTest, TheToolsMenuOpensThePortInThePackagesTerminalOnce) {
+    OpenSheet();
+    modal_->ExpectMenu().Do([](MenuView& menu) {
+        EXPECT_NE(menu.Read().Item(IDM_TOOLS_TERMINAL)->bitmap, nullptr);
+        SaveScreenshot(nullptr, L"terminal_menu");
+        menu.Choose(IDM_TOOLS_TERMINAL);
+    });
+    SendDlgItemMessageW(page_, IDC_VCOM_TOOLS, BM_CLICK, 0, 0);
+    HWND terminal = nullptr;
+    ASSERT_TRUE(PumpUntil("the terminal", [&] { return (terminal = FindTerminal(PortName())) != nullptr; }));
+    SaveScreenshot(terminal, L"terminal_from_the_sheet");
+
+    ShowWindow(terminal, SW_MINIMIZE);
+    modal_->ExpectMenu().Choose(IDM_TOOLS_TERMINAL);
+    SendDlgItemMessageW(page_, IDC_VCOM_TOOLS, BM_CLICK, 0, 0);
+    EXPECT_TRUE(PumpUntil("the same terminal again", [&] { return !IsIconic(terminal); }));
+    EXPECT_TRUE(modal_->boxes().empty());
+
+    PostMessageW(terminal, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(PumpUntil("the terminal to close", [&] { return !IsWindow(terminal); }));
+    EXPECT_EQ(FindTerminal(PortName()), nullptr) << "a second one was started";
+    RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\SimonTatham\\PuTTY\\Sessions\\TAVIX-VCOM");
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 
 #include <commctrl.h>
 
+#include "driver/vbus.h"
+#include "sim/viewer/viewer_resources.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/package_fixture.h"
 
@@ -35,9 +37,9 @@ class RunningViewer {
   public:
     RunningViewer() {
         const std::wstring program = SystemFolder() + L"\\device_viewer.exe";
-        STARTUPINFOW startup{};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION information{};
+        STARTUPINFOW startup = {};
+        startup.cb = sizeof(startup);
+        PROCESS_INFORMATION information = {};
         if (!CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
                             &information)) {
             ADD_FAILURE() << "the viewer did not start, error " << GetLastError();
@@ -81,7 +83,14 @@ class RunningViewer {
     HWND tree_ = nullptr;
 };
 
-class ViewerTest : public PackageTest {};
+class ViewerTest : public PackageTest {
+  protected:
+    // Of one harmless request.
+    static DWORD DriverRequestError() {
+        DriverVersion_st version = {};
+        return cu_VbusDoSimpleIoctl(IOCTL_TAVIX_GetDriverVersion, nullptr, 0, &version, sizeof(version));
+    }
+};
 
 TEST_F(ViewerTest, TheTreeFollowsADeviceThatIsPluggedIn) {
     Plug(first);
@@ -109,6 +118,47 @@ TEST_F(ViewerTest, ADoubleClickOpensTheSheetToo) {
     const int y = (static_cast<int>(viewer.Lines()) - 1) * height + height / 2;
     PostMessageW(viewer.tree(), WM_LBUTTONDBLCLK, MK_LBUTTON, MAKELPARAM(80, y));
     CloseSheet(WaitForSheet(L"First scanner Properties"));
+}
+
+// ---- the menus ----
+
+TEST_F(ViewerTest, PluggingFromTheMenuAddsADeviceAndUnpluggingTakesItAway) {
+    Plug(first);
+    const RunningViewer viewer;
+    const LRESULT before = viewer.Lines();
+    PostMessageW(viewer.window(), WM_COMMAND, IDM_PLUG, 0);
+    EXPECT_TRUE(WaitUntil("the tree to grow", [&] { return viewer.Lines() == before + 2; }));
+    PostMessageW(viewer.window(), WM_COMMAND, IDM_UNPLUG, 0);
+    EXPECT_TRUE(WaitUntil("the tree to shrink", [&] { return viewer.Lines() == before; }));
+    EXPECT_EQ(driver.FindDevice(first.InstanceId())->plugged, 1u) << "the last one goes first";
+    const UsbIdentity plugged;
+    EXPECT_EQ(RemoveNode(plugged.InstanceId()), ERROR_SUCCESS);
+}
+
+TEST_F(ViewerTest, TheNextRequestFailsWhenTold) {
+    Plug(first);
+    const RunningViewer viewer;
+    SendMessageW(viewer.window(), WM_COMMAND, IDM_FAIL_NEXT, 0);
+    EXPECT_EQ(DriverRequestError(), DWORD{ERROR_GEN_FAILURE});
+    EXPECT_EQ(DriverRequestError(), DWORD{ERROR_SUCCESS});
+}
+
+TEST_F(ViewerTest, UninstallingTakesTheSelectedDeviceOutOfTheSystem) {
+    Plug(first);
+    const RunningViewer viewer;
+    viewer.SelectFirstDeviceOfLastClass();
+    for (const int answer : {IDCANCEL, IDOK}) {
+        PostMessageW(viewer.window(), WM_COMMAND, IDM_UNINSTALL, 0);
+        HWND question = nullptr;
+        ASSERT_TRUE(WaitUntil("the question", [&] {
+            question = FindWindowW(L"#32770", L"Device Viewer");
+            return question && IsWindowVisible(question);
+        }));
+        EXPECT_TRUE(NodeExists(first.InstanceId()));
+        PostMessageW(question, WM_COMMAND, static_cast<WPARAM>(answer), 0);
+        EXPECT_TRUE(WaitUntil("the question to close", [&] { return !IsWindow(question); }));
+    }
+    EXPECT_TRUE(WaitUntil("the node to go", [&] { return !NodeExists(first.InstanceId()); }));
 }
 
 TEST_F(ViewerTest, TheLauncherOfDevicePropertiesOpensASheet) {

@@ -35,7 +35,7 @@ class AnchorLayoutTest : public testing::Test {
                                reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), nullptr, nullptr);
     }
     RECT PlaceOf(int id) {
-        RECT place{};
+        RECT place = {};
         GetWindowRect(GetDlgItem(dialog_.get(), id), &place);
         MapWindowPoints(nullptr, dialog_.get(), reinterpret_cast<POINT*>(&place), 2);
         return place;
@@ -80,6 +80,32 @@ INSTANTIATE_TEST_SUITE_P(AnchorLayout, AnchorPlaces,
                                          PercentRow{"TopRight", {100, 0, 100, 0}, {120, 10, 160, 30}},
                                          PercentRow{"TopWide", {0, 0, 100, 0}, {20, 10, 160, 30}}),
                          [](const auto& row) { return row.param.name; });
+
+TEST_F(AnchorLayoutTest, RowsRegisterTheirControls) {
+    AddControl(10);
+    AddControl(11);
+    constexpr AnchorRow kRows[] = {{10, {100, 100, 100, 100}}, {11, {0, 0, 100, 0}, true}};
+    layout_.Init(dialog_.get());
+    ASSERT_TRUE(layout_.Add(kRows));
+    ResizeDialog(300, 220);
+    layout_.Reflow(300, 220);
+    const RECT corner = PlaceOf(10), top = PlaceOf(11);
+    const RECT cornerExpected = {120, 130, 160, 150}, topExpected = {20, 10, 160, 30};
+    EXPECT_TRUE(EqualRect(&corner, &cornerExpected));
+    EXPECT_TRUE(EqualRect(&top, &topExpected));
+}
+
+TEST_F(AnchorLayoutTest, RowsStopAtTheFirstControlThatDoesNotExist) {
+    AddControl(10);
+    AddControl(12);
+    constexpr AnchorRow kRows[] = {{10, {0, 0, 100, 0}}, {11, {0, 0, 100, 0}}, {12, {0, 0, 100, 0}}};
+    layout_.Init(dialog_.get());
+    EXPECT_FALSE(layout_.Add(kRows));
+    ResizeDialog(300, 100);
+    layout_.Reflow(300, 100);
+    EXPECT_EQ(PlaceOf(10).right, 160);
+    EXPECT_EQ(PlaceOf(12).right, 60);
+}
 
 TEST_F(AnchorLayoutTest, TheReferenceSizeIsTheWindowsUnlessGiven) {
     layout_.Init(dialog_.get());
@@ -150,7 +176,7 @@ TEST_F(AnchorLayoutTest, AControlThatHasGoneIsSkipped) {
     EXPECT_EQ(PlaceOf(11).left, 120);
 }
 
-TEST_F(AnchorLayoutTest, PlacesThatControlsHaveLeftGetTheDialogColour) {
+TEST_F(AnchorLayoutTest, PlacesThatControlsHaveLeftGetTheDialogColor) {
     AddControl(10);
     PumpPendingMessages();
     layout_.Init(dialog_.get());
@@ -161,6 +187,40 @@ TEST_F(AnchorLayoutTest, PlacesThatControlsHaveLeftGetTheDialogColour) {
     layout_.Reflow(300, 100);
     EXPECT_EQ(GetPixel(dc, 25, 15), GetSysColor(COLOR_BTNFACE));
     ReleaseDC(dialog_.get(), dc);
+}
+
+TEST_F(AnchorLayoutTest, OnlyThePlacesLeftAreFilled) {
+    for (const bool noErase : {false, true}) {
+        const int id = noErase ? 11 : 10;
+        AddControl(id);
+        ResizeDialog(200, 100);
+        layout_.Init(dialog_.get());
+        layout_.Add(100, 0, 100, 0, id, noErase);
+        ResizeDialog(220, 100);
+        OwnedRegion filled(CreateRectRgn(0, 0, 0, 0));
+        REPLACE_CALL(fill, FillRgn, [&](HDC dc, HRGN region, HBRUSH brush) {
+            CombineRgn(filled.get(), region, nullptr, RGN_COPY);
+            return FillRgn(dc, region, brush);
+        });
+        layout_.Reflow(220, 100);
+        // From 20..60 to 40..80: a control that is erased draws the overlap itself.
+        EXPECT_TRUE(PtInRegion(filled.get(), 39, 20));
+        EXPECT_EQ(PtInRegion(filled.get(), 40, 20) != FALSE, noErase);
+        EXPECT_FALSE(PtInRegion(filled.get(), 60, 20));
+    }
+}
+
+TEST_F(AnchorLayoutTest, ControlsMoveWithoutBeingRepaintedOneByOne) {
+    AddControl(10);
+    layout_.Init(dialog_.get());
+    layout_.Add(100, 0, 100, 0, 10);
+    std::vector<BOOL> repaints;
+    REPLACE_CALL(move, MoveWindow, [&](HWND window, int x, int y, int width, int height, BOOL repaint) {
+        repaints.push_back(repaint);
+        return MoveWindow(window, x, y, width, height, repaint);
+    });
+    layout_.Reflow(300, 100);
+    EXPECT_EQ(repaints, std::vector<BOOL>{FALSE});
 }
 
 TEST_F(AnchorLayoutTest, OnlyAControlThatMayBeErasedIsRepaintedAtOnceWithItsFrame) {

@@ -9,40 +9,46 @@
 
 #include "base/process.h"
 #include "base/win32_handle.h"
+#include "tests/support/clipboard_text.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/import_redirect.h"
-#include "tests/support/leak_counters.h"
+#include "tests/support/wait_until.h"
 
 namespace {
 
-std::wstring ClipboardText() {
-    std::wstring text = L"(no text)";
-    if (clip_open_wait(2000, nullptr) == 0) return L"(clipboard busy)";
-    if (const HANDLE block = GetClipboardData(CF_UNICODETEXT)) {
-        text = static_cast<const wchar_t*>(GlobalLock(block));
-        GlobalUnlock(block);
-    }
-    CloseClipboard();
-    return text;
-}
+class CopyText : public testing::Test {
+  protected:
+    PatientClipboard clipboard_;
+};
 
-TEST(CopyTextToClipboard, ANegativeLengthCopiesTheWholeText) {
+// The clock that clip_open_wait reads: only its sleeping makes it go on.
+class StoppedClock {
+  public:
+    DWORD elapsed() const { return elapsed_; }
+
+  private:
+    DWORD elapsed_ = 0;
+    ReplacedCall<GetTickCount> ticks_{"GetTickCount", [this] { return 0xFFFFFFF0 + elapsed_; }};
+    ReplacedCall<Sleep> sleep_{"Sleep", [this](DWORD ms) { elapsed_ += ms; }};
+};
+
+TEST_F(CopyText, ANegativeLengthCopiesTheWholeText) {
     ASSERT_TRUE(CopyTextToClipboard(L"two\r\nlines", -1, nullptr));
     EXPECT_EQ(ClipboardText(), L"two\r\nlines");
 }
 
-TEST(CopyTextToClipboard, ALengthCopiesThatManyUnits) {
+TEST_F(CopyText, ALengthCopiesThatManyUnits) {
     ASSERT_TRUE(CopyTextToClipboard(L"abcdef", 3, nullptr));
     EXPECT_EQ(ClipboardText(), L"abc");
 }
 
-TEST(CopyTextToClipboard, AnEmptyTextReplacesTheOldOne) {
+TEST_F(CopyText, AnEmptyTextReplacesTheOldOne) {
     ASSERT_TRUE(CopyTextToClipboard(L"old", -1, nullptr));
     ASSERT_TRUE(CopyTextToClipboard(L"", -1, nullptr));
     EXPECT_EQ(ClipboardText(), L"");
 }
 
-TEST(CopyTextToClipboard, TheBlockIsMovableShareableAndHoldsTheTerminator) {
+TEST_F(CopyText, TheBlockIsMovableShareableAndHoldsTheTerminator) {
     UINT flags = 0;
     SIZE_T bytes = 0;
     REPLACE_CALL(alloc, GlobalAlloc, [&](UINT wantedFlags, SIZE_T wantedBytes) {
@@ -55,7 +61,7 @@ TEST(CopyTextToClipboard, TheBlockIsMovableShareableAndHoldsTheTerminator) {
     EXPECT_EQ(bytes, SIZE_T{10});
 }
 
-TEST(CopyTextToClipboard, EveryFailingCallIsReportedAndFreesTheBlock) {
+TEST_F(CopyText, EveryFailingCallIsReportedAndFreesTheBlock) {
     CallFaults faults;
     WATCH_CALL(faults, GlobalAlloc, nullptr, ERROR_NOT_ENOUGH_MEMORY);
     WATCH_CALL(faults, GlobalLock, nullptr, ERROR_INVALID_HANDLE);
@@ -77,17 +83,17 @@ TEST(CopyTextToClipboard, EveryFailingCallIsReportedAndFreesTheBlock) {
     EXPECT_EQ(calls, 4);
 }
 
-TEST(CopyTextToClipboard, GivesUpAfterTwoSecondsWhenTheClipboardIsBusy) {
+TEST(BusyClipboard, GivesUpAfterTwoSecondsWhenTheClipboardIsBusy) {
     int freed = 0;
     REPLACE_CALL(open, OpenClipboard, [](HWND) { return FALSE; });
     REPLACE_CALL(release, GlobalFree, [&](HGLOBAL block) {
         ++freed;
         return GlobalFree(block);
     });
-    const DWORD start = GetTickCount();
+    const StoppedClock clock;
     EXPECT_FALSE(CopyTextToClipboard(L"text", -1, nullptr));
-    EXPECT_GE(GetTickCount() - start, kClipboardWaitMs);
-    EXPECT_LT(GetTickCount() - start, kClipboardWaitMs + 1000);
+    EXPECT_GE(clock.elapsed(), kClipboardWaitMs);
+    EXPECT_LT(clock.elapsed(), kClipboardWaitMs + 100);
     EXPECT_EQ(freed, 1);
 }
 
@@ -101,6 +107,7 @@ class ClipText : public testing::Test {
         return text_ != nullptr ? text_ : L"(no text)";
     }
 
+    PatientClipboard clipboard_;
     wchar_t* text_ = nullptr;
     uint32_t length_ = 99;
 };
@@ -120,7 +127,7 @@ TEST_F(ClipText, ALengthCopiesThatManyUnits) {
     EXPECT_EQ(length_, 0u);
 }
 
-TEST_F(ClipText, TheBlockIsFixedAndZeroInitialised) {
+TEST_F(ClipText, TheBlockIsFixedAndZeroInitialized) {
     UINT flags = 0;
     SIZE_T bytes = 0;
     REPLACE_CALL(alloc, GlobalAlloc, [&](UINT wantedFlags, SIZE_T wantedBytes) {
@@ -141,7 +148,7 @@ TEST_F(ClipText, TheLengthMayBeLeftOut) {
 }
 
 TEST_F(ClipText, AClipboardWithoutTextGivesNull) {
-    ASSERT_EQ(clip_open_wait(2000, nullptr), 1);
+    ASSERT_TRUE(OpenClipboard(nullptr));
     EmptyClipboard();
     CloseClipboard();
     EXPECT_EQ(Get(), L"(no text)");
@@ -154,7 +161,7 @@ TEST_F(ClipText, ABlockWithoutATerminatorIsTerminatedWithinItsSize) {
         EXPECT_EQ(format, UINT{CF_UNICODETEXT});
         return static_cast<HANDLE>(block);
     });
-    REPLACE_CALL(size, GlobalSize, [&](HGLOBAL) { return SIZE_T{sizeof block}; });
+    REPLACE_CALL(size, GlobalSize, [&](HGLOBAL) { return SIZE_T{sizeof(block)}; });
     REPLACE_CALL(lock, GlobalLock, [&](HGLOBAL) { return static_cast<void*>(block); });
     REPLACE_CALL(unlock, GlobalUnlock, [](HGLOBAL) { return FALSE; });
     EXPECT_EQ(Get(), L"ab");
@@ -225,8 +232,7 @@ TEST_F(ClipText, EveryFailingCallOfSettingIsReportedAndLeavesNothing) {
         EXPECT_EQ(copied, !faults.CallFailed());
         const bool blockMade = faults.calls().size() > 1;
         EXPECT_EQ(held, faults.CallFailed() && blockMade ? -1 : 0);
-        EXPECT_EQ(clip_open_wait(0, nullptr), 1) << "the clipboard was left open";
-        CloseClipboard();
+        EXPECT_FALSE(clipboard_.IsOpen());
     });
     EXPECT_EQ(calls, 4);
 }
@@ -251,8 +257,7 @@ TEST_F(ClipText, EveryFailingCallOfGettingGivesNullAndLeavesNothing) {
         EXPECT_EQ(text == nullptr, faults.CallFailed());
         EXPECT_EQ(length, faults.CallFailed() ? 0u : 4u);
         EXPECT_EQ(freed, faults.CallFailed() && faults.calls().size() == 4 ? 1 : 0);
-        EXPECT_EQ(clip_open_wait(0, nullptr), 1) << "the clipboard was left open";
-        CloseClipboard();
+        EXPECT_FALSE(clipboard_.IsOpen());
         clip_free_text(text);
     });
     EXPECT_EQ(calls, 4);
@@ -272,7 +277,7 @@ OwnedWindow HolderWindow() {
 // Holds the clipboard until it is told to let go.
 class ClipboardHolder {
   public:
-    ClipboardHolder() : thread_([this] { Hold(); }) { WaitForSingleObject(held_.get(), 5000); }
+    ClipboardHolder() : thread_([this] { Hold(); }) { WaitForSingleObject(held_.get(), kDefaultWaitMs); }
     ~ClipboardHolder() {
         SetEvent(release_.get());
         thread_.join();
@@ -288,9 +293,9 @@ class ClipboardHolder {
     void Hold() {
         // Two openers without a window count as one.
         const OwnedWindow owner = HolderWindow();
-        EXPECT_TRUE(OpenClipboard(owner.get()));
+        EXPECT_TRUE(WaitUntil("the clipboard", [&] { return OpenClipboard(owner.get()) != FALSE; }));
         SetEvent(held_.get());
-        WaitForSingleObject(release_.get(), 20000);
+        WaitForSingleObject(release_.get(), kDefaultWaitMs);
         CloseClipboard();
     }
 
@@ -302,11 +307,10 @@ class ClipboardHolder {
 
 TEST(ClipOpenWait, GivesUpWhenAnotherThreadHoldsTheClipboardForTheWholeTime) {
     const ClipboardHolder holder;
-    const DWORD start = GetTickCount();
+    const StoppedClock clock;
     EXPECT_EQ(clip_open_wait(300, nullptr), 0);
-    const DWORD waited = GetTickCount() - start;
-    EXPECT_GE(waited, 300u);
-    EXPECT_LT(waited, 1300u);
+    EXPECT_GE(clock.elapsed(), 300u);
+    EXPECT_LT(clock.elapsed(), 400u);
 }
 
 TEST(ClipOpenWait, TriesOnceWithoutTime) {
@@ -319,7 +323,7 @@ TEST(ClipOpenWait, TriesOnceWithoutTime) {
 TEST(ClipOpenWait, SucceedsAsSoonAsTheClipboardIsFree) {
     ClipboardHolder holder;
     holder.ReleaseAfter(200);
-    EXPECT_EQ(clip_open_wait(10000, nullptr), 1);
+    EXPECT_EQ(clip_open_wait(kDefaultWaitMs, nullptr), 1);
     CloseClipboard();
 }
 
@@ -350,13 +354,13 @@ TEST(ClipboardChild, DISABLED_HoldsTheClipboard) {
     const KernelHandle held(CreateEventW(nullptr, TRUE, FALSE, kHeldEvent));
     const KernelHandle release(CreateEventW(nullptr, TRUE, FALSE, kReleaseEvent));
     const OwnedWindow owner = HolderWindow();
-    ASSERT_EQ(clip_open_wait(2000, owner.get()), 1);
+    ASSERT_EQ(clip_open_wait(kDefaultWaitMs, owner.get()), 1);
     SetEvent(held.get());
-    WaitForSingleObject(release.get(), 20000);
+    WaitForSingleObject(release.get(), kDefaultWaitMs);
     CloseClipboard();
 }
 
-TEST_F(ClipText, AnotherProcessThatHoldsTheClipboardIsWaitedForTwoSeconds) {
+TEST(BusyClipboard, AnotherProcessThatHoldsTheClipboardIsWaitedForTwoSeconds) {
     const KernelHandle held(CreateEventW(nullptr, TRUE, FALSE, kHeldEvent));
     const KernelHandle release(CreateEventW(nullptr, TRUE, FALSE, kReleaseEvent));
     wchar_t path[MAX_PATH] = L"";
@@ -365,18 +369,20 @@ TEST_F(ClipText, AnotherProcessThatHoldsTheClipboardIsWaitedForTwoSeconds) {
         L"\"" + std::wstring(path) + L"\" --gtest_also_run_disabled_tests --gtest_filter=ClipboardChild.*";
     DWORD childResult = 99;
     std::jthread child([&] { childResult = RunProcess(line.c_str(), false, true); });
-    ASSERT_EQ(WaitForSingleObject(held.get(), 10000), DWORD{WAIT_OBJECT_0});
-
-    const DWORD start = GetTickCount();
-    EXPECT_FALSE(clip_set_text(L"text", -1, nullptr));
-    EXPECT_GE(GetTickCount() - start, 2000u);
-    const DWORD middle = GetTickCount();
-    EXPECT_EQ(Get(), L"(no text)");
-    EXPECT_GE(GetTickCount() - middle, 2000u);
-
+    ASSERT_EQ(WaitForSingleObject(held.get(), kDefaultWaitMs), DWORD{WAIT_OBJECT_0});
+    {
+        const StoppedClock clock;
+        EXPECT_FALSE(clip_set_text(L"text", -1, nullptr));
+        EXPECT_GE(clock.elapsed(), 2000u);
+        uint32_t length = 99;
+        EXPECT_EQ(clip_get_text(&length, nullptr), nullptr);
+        EXPECT_GE(clock.elapsed(), 4000u);
+        EXPECT_EQ(length, 0u);
+    }
     SetEvent(release.get());
     child.join();
     EXPECT_EQ(childResult, 0u);
+    const PatientClipboard clipboard;
     EXPECT_TRUE(clip_set_text(L"free again", -1, nullptr));
 }
 

@@ -336,10 +336,10 @@ TEST_P(ModuleIconTest, HasAnImageOfItsOwnForEachUsualSize) {
         ASSERT_TRUE(icon) << size;
         ICONINFO info = {};
         ASSERT_TRUE(GetIconInfo(icon.get(), &info));
-        const OwnedBitmap colours(info.hbmColor);
+        const OwnedBitmap colors(info.hbmColor);
         const OwnedBitmap mask(info.hbmMask);
         BITMAP bitmap = {};
-        GetObjectW(colours.get(), sizeof(bitmap), &bitmap);
+        GetObjectW(colors.get(), sizeof(bitmap), &bitmap);
         EXPECT_EQ(bitmap.bmWidth, size);
         EXPECT_EQ(bitmap.bmBitsPixel, 32);
     }

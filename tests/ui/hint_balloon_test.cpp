@@ -17,7 +17,7 @@ namespace {
 class HintBalloonTest : public testing::Test {
   protected:
     HintBalloonTest() {
-        const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+        const INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_WIN95_CLASSES};
         InitCommonControlsEx(&controls);
         owner_.reset(CreateWindowExW(0, L"STATIC", L"owner", WS_POPUP | WS_VISIBLE, 200, 200, 300, 200,
                                      nullptr, nullptr, nullptr, nullptr));
@@ -26,7 +26,7 @@ class HintBalloonTest : public testing::Test {
 
     static std::wstring TextOf(const HintBalloon& balloon) {
         wchar_t text[200] = L"";
-        TTTOOLINFOW tool{};
+        TTTOOLINFOW tool = {};
         tool.cbSize = TTTOOLINFOW_V2_SIZE;
         tool.lpszText = text;
         SendMessageW(balloon.Window(), TTM_ENUMTOOLSW, 0, reinterpret_cast<LPARAM>(&tool));
@@ -70,7 +70,7 @@ TEST_F(HintBalloonTest, PointsAtThePositionInItsOwner) {
     uint32_t error = 0;
     const auto balloon = HintBalloon::Create(owner_.get(), false, &error);
     for (const Row& row : {Row{{10, 20}, {210, 220}}, Row{{4, -20}, {204, 380}}, Row{{-30, 5}, {470, 205}}}) {
-        POINT used{};
+        POINT used = {};
         REPLACE_CALL(send, SendMessageW, [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
             if (message == TTM_TRACKPOSITION) used = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
             return SendMessageW(window, message, wParam, lParam);
@@ -112,6 +112,32 @@ TEST_F(HintBalloonTest, EveryFailingCallGivesNoBalloonAndACode) {
         EXPECT_EQ(error != 0, faults.CallFailed());
     });
     EXPECT_EQ(calls, 2);
+}
+
+TEST_F(HintBalloonTest, WithoutMemoryThereIsNoBalloonAndTheCodeIsEight) {
+    CallFaults faults;
+    WATCH_CALL(faults, malloc, nullptr, 0);
+    faults.FailAt(1);
+    uint32_t error = 99;
+    std::unique_ptr<HintBalloon> balloon;
+    faults.During([&] { balloon = HintBalloon::Create(owner_.get(), true, &error); });
+    EXPECT_TRUE(faults.CallFailed());
+    EXPECT_EQ(balloon, nullptr);
+    EXPECT_EQ(error, 8u);
+}
+
+TEST_F(HintBalloonTest, WithoutMemoryForItsTextTheOldOneStaysAndTheCodeIsEight) {
+    uint32_t error = 0;
+    const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+    ASSERT_EQ(balloon->Show(true, {}, L"old"), 0u);
+    CallFaults faults;
+    WATCH_CALL(faults, malloc, nullptr, 0);
+    faults.FailAt(1, true);
+    uint32_t result = 0;
+    faults.During([&] { result = balloon->Show(true, {}, L"a text that is longer"); });
+    EXPECT_TRUE(faults.CallFailed());
+    EXPECT_EQ(result, 8u);
+    EXPECT_EQ(TextOf(*balloon), L"old");
 }
 
 TEST_F(HintBalloonTest, MayOutliveItsOwner) {

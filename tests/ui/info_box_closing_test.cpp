@@ -1,7 +1,7 @@
 // Closing attempts during the OK delay, and callbacks that close, destroy, resize or re-enter their box.
 #include <array>
 
-#include "base/xfmt.h"
+#include "ui/info_box/state.h"
 
 #include "tests/support/import_redirect.h"
 #include "tests/ui/info_box_fixture.h"
@@ -16,36 +16,62 @@ TEST_F(InfoBoxDelay, EveryAttemptToCloseBeepsUntilItIsOver) {
         beeps.emplace_back(hertz, ms);
         return TRUE;
     });
+    constexpr DWORD kOpened = 0xFFFFFFF0;  // shortly before the count wraps
+    DWORD now = kOpened;
+    REPLACE_CALL(ticks, GetTickCount, [&] { return now; });
     FlexiInfoParams params = Recorded();
     params.cancelText = L"Cancel";
-    params.okDelayMs = 700;
-    const DWORD start = GetTickCount();
+    params.okDelayMs = 600000;
     const uint32_t result = Show(params, L"", [&](OpenInfoBox& box) {
-        EXPECT_FALSE(box.IsEnabled(kInfoBoxOkId));
-        EXPECT_FALSE(box.IsEnabled(kInfoBoxCancelId));
-        EXPECT_EQ(box.FocusId(), 0);
         box.Command(kInfoBoxOkId);
+        now = kOpened + 599999;
         box.Command(kInfoBoxCancelId);
         SendMessageW(box.hwnd(), WM_CLOSE, 0, 0);
         EXPECT_EQ(beeps.size(), 3u);
         EXPECT_TRUE(IsWindow(box.hwnd()));
-        EXPECT_TRUE(WaitUntil("the buttons", [&] { return box.IsEnabled(kInfoBoxCancelId); }));
-        EXPECT_GE(GetTickCount() - start, 650u);
-        EXPECT_TRUE(box.IsEnabled(kInfoBoxOkId));
-        EXPECT_TRUE(WaitUntil("the focus", [&] { return box.FocusId() == kInfoBoxOkId; }));
+        now = kOpened + 600000;
         box.Command(kInfoBoxOkId);
     });
     EXPECT_EQ(result, kInfoBoxOk);
-    ASSERT_EQ(beeps.size(), 3u);
-    for (const auto& [hertz, ms] : beeps) {
-        EXPECT_EQ(hertz, 500u);
-        EXPECT_EQ(ms, 500u);
-    }
+    EXPECT_EQ(beeps, (std::vector<std::pair<DWORD, DWORD>>(3, {500, 500})));
     EXPECT_EQ(callback_.Reasons(), (std::vector<uint32_t>{1, 2, 2, 1}));
     for (const FlexiInfoEvent& call : callback_.calls) {
-        EXPECT_EQ(call.okDelayMs, 700u);
-        EXPECT_NE(call.openTick, 0u);
+        EXPECT_EQ(call.okDelayMs, 600000u);
+        EXPECT_EQ(call.openTick, kOpened);
     }
+}
+
+TEST_F(InfoBoxDelay, ItsEndEnablesTheButtonsAndStopsItsTimer) {
+    const TimerRecord timers;
+    FlexiInfoParams params = Recorded();
+    params.cancelText = L"Cancel";
+    params.okDelayMs = 600000;
+    callback_.result = FIR_CloseOk;
+    Show(params, L"", [&](OpenInfoBox& box) {
+        EXPECT_FALSE(box.IsEnabled(kInfoBoxOkId));
+        EXPECT_FALSE(box.IsEnabled(kInfoBoxCancelId));
+        EXPECT_EQ(box.FocusId(), 0);
+        EXPECT_TRUE(timers.IsRunning(kOkDelayTimer));
+        box.Tick(kOkDelayTimer);
+        EXPECT_TRUE(box.IsEnabled(kInfoBoxOkId));
+        EXPECT_TRUE(box.IsEnabled(kInfoBoxCancelId));
+        EXPECT_EQ(box.FocusId(), kInfoBoxOkId);
+        EXPECT_FALSE(timers.IsRunning(kOkDelayTimer));
+        box.Command(kInfoBoxOkId);
+    });
+    EXPECT_EQ(timers.IntervalsOf(kOkDelayTimer), std::vector<UINT>{600000});
+}
+
+TEST_F(InfoBoxDelay, EndsByItself) {
+    FlexiInfoParams params = Recorded();
+    params.okDelayMs = 20;
+    EXPECT_EQ(Show(params, L"",
+                   [&](OpenInfoBox& box) {
+                       EXPECT_TRUE(WaitUntil("the button", [&] { return box.IsEnabled(kInfoBoxOkId); }));
+                       callback_.result = FIR_CloseOk;
+                       box.Command(kInfoBoxOkId);
+                   }),
+              kInfoBoxOk);
 }
 
 TEST_F(InfoBoxDelay, ACallbackThatKeepsTheBoxOpenKeepsItQuiet) {
@@ -151,7 +177,7 @@ TEST_F(InfoBoxCallback, MayOpenAnotherInfoBox) {
     driver_.ExpectBox(L"inner").Press(kInfoBoxOkId);
     EXPECT_EQ(ShowWith(
                   [](FlexiInfoEvent& event) {
-                      FlexiInfoParams inner{};
+                      FlexiInfoParams inner = {};
                       inner.title = L"inner";
                       inner.okText = L"OK";
                       EXPECT_EQ(FlexiInfoBox(event.hwnd, &inner, nullptr), kInfoBoxOk);

@@ -8,6 +8,7 @@ uint32_t RecordingCallback::Run(void* context, FlexiInfoEvent* event, wchar_t* t
                                 uint32_t textChars) noexcept {
     auto& self = *static_cast<RecordingCallback*>(context);
     self.calls.push_back(*event);
+    if (event->reason == kReasonRefresh) ++self.refreshes;
     return self.act ? self.act(*event, text, textChars) : self.result;
 }
 
@@ -40,21 +41,21 @@ HICON OpenInfoBox::WindowIcon(WPARAM kind) const {
 }
 
 RECT OpenInfoBox::Area() const {
-    RECT area{};
+    RECT area = {};
     GetWindowRect(hwnd(), &area);
     return area;
 }
 
 RECT OpenInfoBox::AreaOf(int id) const {
-    RECT area{};
+    RECT area = {};
     GetWindowRect(view_.Control(id), &area);
     MapWindowPoints(nullptr, hwnd(), reinterpret_cast<POINT*>(&area), 2);
     return area;
 }
 
 int OpenInfoBox::FocusId() const {
-    GUITHREADINFO info{};
-    info.cbSize = sizeof info;
+    GUITHREADINFO info = {};
+    info.cbSize = sizeof(info);
     GetGUIThreadInfo(GetWindowThreadProcessId(hwnd(), nullptr), &info);
     return info.hwndFocus != nullptr && GetParent(info.hwndFocus) == hwnd() ? GetDlgCtrlID(info.hwndFocus)
                                                                             : 0;
@@ -70,20 +71,17 @@ void OpenInfoBox::Resize(int width, int height) const {
     view_.Send(WM_NULL);
 }
 
+void OpenInfoBox::MoveTo(int x, int y) const {
+    SetWindowPos(hwnd(), nullptr, x, y, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    view_.Send(WM_NULL);
+}
+
 void OpenInfoBox::RightClick(int x, int y) const {
     view_.Send(WM_RBUTTONDOWN, MK_RBUTTON, MAKELPARAM(x, y));
 }
 
-void OpenInfoBox::PressKey(WORD key) const {
-    GUITHREADINFO info{};
-    info.cbSize = sizeof info;
-    GetGUIThreadInfo(GetWindowThreadProcessId(hwnd(), nullptr), &info);
-    PostMessageW(info.hwndFocus != nullptr ? info.hwndFocus : hwnd(), WM_KEYDOWN, key, 0);
-    view_.Send(WM_NULL);
-}
-
 InfoBoxTest::InfoBoxTest() {
-    const INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES};
+    const INITCOMMONCONTROLSEX controls{sizeof(controls), ICC_WIN95_CLASSES};
     InitCommonControlsEx(&controls);
     parent_.reset(CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 300, 250, 500,
                                   400, nullptr, nullptr, GetModuleHandleW(nullptr), nullptr));
@@ -103,8 +101,8 @@ uint32_t InfoBoxTest::Show(FlexiInfoParams params, const wchar_t* text,
 }
 
 FlexiInfoParams InfoBoxTest::Recorded() {
-    FlexiInfoParams params{};
-    params.cbSize = sizeof params;
+    FlexiInfoParams params = {};
+    params.cbSize = sizeof(params);
     params.refreshProc = RecordingCallback::Run;
     params.refreshContext = &callback_;
     params.okText = L"OK";
@@ -112,7 +110,7 @@ FlexiInfoParams InfoBoxTest::Recorded() {
 }
 
 RECT WorkArea() {
-    RECT area{};
+    RECT area = {};
     SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
     return area;
 }

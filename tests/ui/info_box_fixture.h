@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,7 +12,9 @@
 #include "base/windows_api.h"
 #include "ui/info_box.h"
 
+#include "tests/support/clipboard_text.h"
 #include "tests/support/modal_driver.h"
+#include "tests/support/timer_record.h"
 #include "tests/support/wait_until.h"
 
 // A refresh callback with a script. It runs on the box's thread.
@@ -19,6 +22,7 @@ struct RecordingCallback {
     uint32_t result = FIR_NormalIcon;
     std::function<uint32_t(FlexiInfoEvent&, wchar_t* text, uint32_t textChars)> act;  // instead of `result`
     std::vector<FlexiInfoEvent> calls;
+    std::atomic<int> refreshes = 0;  // calls by the timer or the Auto box; may be polled from any thread
 
     static uint32_t Run(void* context, FlexiInfoEvent* event, wchar_t* text, uint32_t textChars) noexcept;
 
@@ -49,9 +53,14 @@ class OpenInfoBox {
     void Tick(UINT_PTR timer = 1) const { view_.Send(WM_TIMER, timer); }
     void CheckAuto(bool on) const;
     void Resize(int width, int height) const;
+    void MoveTo(int x, int y) const;
+    // By the user; on return the box has handled it.
+    void Minimize() const { view_.Send(WM_SYSCOMMAND, SC_MINIMIZE); }
+    void Restore() const { view_.Send(WM_SYSCOMMAND, SC_RESTORE); }
     // Opens the context menu; the driver's menu expectation answers it.
     void RightClick(int x = 3, int y = 3) const;
-    void PressKey(WORD key) const;
+    void PressKey(WORD key) const { view_.PressKey(key); }
+    void Settle() const { view_.Settle(); }
 
   private:
     BoxView& view_;

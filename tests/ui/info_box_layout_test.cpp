@@ -1,4 +1,4 @@
-#include "ui/info_box_layout.h"
+#include "ui/info_box/layout.h"
 
 #include "base/xfmt.h"
 
@@ -61,7 +61,7 @@ TEST_F(InfoBoxLayoutTest, TheBoxStandsInTheMiddleOfItsOwner) {
     const std::wstring text =
         Lines(20, L"a line that is wider than the template, with many more words to show");
     Show(Recorded(), text.c_str(), [&](OpenInfoBox& box) {
-        RECT owner{};
+        RECT owner = {};
         GetWindowRect(parent(), &owner);
         EXPECT_NEAR(box.Area().left + box.Area().right, owner.left + owner.right, 2);
         EXPECT_NEAR(box.Area().top + box.Area().bottom, owner.top + owner.bottom, 2);
@@ -157,7 +157,7 @@ TEST_F(InfoBoxLayoutTest, TheUserMayResizeBetweenTemplateAndTextSize) {
              box.Resize(10, 10);
              RECT smallest{0, 0, 156, 56};
              MapDialogRect(box.hwnd(), &smallest);
-             RECT client{};
+             RECT client = {};
              GetClientRect(box.hwnd(), &client);
              EXPECT_NEAR(client.right, smallest.right, 1);
              EXPECT_NEAR(client.bottom, smallest.bottom, 1);
@@ -183,17 +183,124 @@ TEST_F(InfoBoxLayoutTest, GrowsUpToTheWorkAreaAndThenKeepsItsScrollBar) {
     });
 }
 
-TEST_F(InfoBoxLayoutTest, AMinimisedBoxComesBackGrown) {
-    Show(WithNextTexts({Lines(20, L"line")}), Lines(10, L"line").c_str(), [&](OpenInfoBox& box) {
-        SendMessageW(box.hwnd(), WM_SYSCOMMAND, SC_MINIMIZE, 0);
-        EXPECT_TRUE(IsIconic(box.hwnd()));
+TEST_F(InfoBoxLayoutTest, AGrowingBoxKeepsItsLeftAndTopEdgeWhereTheUserHasIt) {
+    const RECT work = WorkArea();
+    Show(WithNextTexts({Lines(25, L"a line that is quite a lot wider than the template is, is it not")}),
+         L"start", [&](OpenInfoBox& box) {
+             const SIZE start = SizeOf(box.Area());
+             box.MoveTo(work.left + 37, work.top + 51);
+             box.Command(kInfoBoxRefreshId);
+             EXPECT_GT(SizeOf(box.Area()).cx, start.cx);
+             EXPECT_GT(SizeOf(box.Area()).cy, start.cy);
+             EXPECT_EQ(box.Area().left, work.left + 37);
+             EXPECT_EQ(box.Area().top, work.top + 51);
+             box.Command(kInfoBoxOkId);
+         });
+}
+
+TEST_F(InfoBoxLayoutTest, AGrowingBoxStaysOnItsMonitor) {
+    const RECT work = WorkArea();
+    Show(WithNextTexts({Lines(25, L"a line that is quite a lot wider than the template is, is it not")}),
+         L"start", [&](OpenInfoBox& box) {
+             box.MoveTo(work.right - 250, work.bottom - 150);
+             box.Command(kInfoBoxRefreshId);
+             EXPECT_EQ(box.Area().right, work.right);
+             EXPECT_EQ(box.Area().bottom, work.bottom);
+             EXPECT_FALSE(box.HasScrollBar());
+             box.Command(kInfoBoxOkId);
+         });
+}
+
+TEST_F(InfoBoxLayoutTest, ABoxGrowsAlsoWhenTheMonitorsCannotBeListed) {
+    REPLACE_CALL(list, EnumDisplayMonitors, [](HDC, LPCRECT, MONITORENUMPROC, LPARAM) { return FALSE; });
+    Show(WithNextTexts({Lines(25, L"line")}), Lines(5, L"line").c_str(), [&](OpenInfoBox& box) {
+        const RECT start = box.Area();
+        EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(5, L"line")).cy);
         box.Command(kInfoBoxRefreshId);
-        EXPECT_TRUE(IsIconic(box.hwnd()));
-        SendMessageW(box.hwnd(), WM_SYSCOMMAND, SC_RESTORE, 0);
-        EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(20, L"line")).cy);
+        EXPECT_EQ(box.Area().left, start.left);
+        EXPECT_EQ(box.Area().top, start.top);
+        EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(25, L"line")).cy);
         EXPECT_FALSE(box.HasScrollBar());
         box.Command(kInfoBoxOkId);
     });
 }
+
+// A system whose taskbar takes that much of the screen at the left and at the top. Placements then count from
+// the work area, those of tool windows excepted.
+class TaskbarAt {
+  public:
+    explicit TaskbarAt(POINT taskbar) : taskbar_(taskbar) {}
+
+  private:
+    POINT OffsetOf(HWND window) const {
+        const bool tool = (GetWindowLongPtrW(window, GWL_EXSTYLE) & WS_EX_TOOLWINDOW) != 0;
+        return tool ? POINT{} : taskbar_;
+    }
+
+    POINT taskbar_;
+    ReplacedCall<GetMonitorInfoW> information_{"GetMonitorInfoW",
+                                               [this](HMONITOR monitor, LPMONITORINFO information) {
+                                                   const BOOL result = GetMonitorInfoW(monitor, information);
+                                                   information->rcWork.left += taskbar_.x;
+                                                   information->rcWork.top += taskbar_.y;
+                                                   return result;
+                                               }};
+    ReplacedCall<GetWindowPlacement> get_{"GetWindowPlacement",
+                                          [this](HWND window, WINDOWPLACEMENT* placement) {
+                                              const BOOL result = GetWindowPlacement(window, placement);
+                                              const POINT offset = OffsetOf(window);
+                                              OffsetRect(&placement->rcNormalPosition, -offset.x, -offset.y);
+                                              return result;
+                                          }};
+    ReplacedCall<SetWindowPlacement> set_{"SetWindowPlacement",
+                                          [this](HWND window, const WINDOWPLACEMENT* placement) {
+                                              WINDOWPLACEMENT moved = *placement;
+                                              const POINT offset = OffsetOf(window);
+                                              OffsetRect(&moved.rcNormalPosition, offset.x, offset.y);
+                                              return SetWindowPlacement(window, &moved);
+                                          }};
+};
+
+struct TaskbarRow {
+    const char* name;
+    POINT taskbar;
+    bool toolWindow;
+};
+void PrintTo(const TaskbarRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class MinimizedBoxes : public InfoBoxLayoutTest, public testing::WithParamInterface<TaskbarRow> {};
+
+// Near the edges, where a place in the wrong coordinates would lie beyond the work area and be moved.
+TEST_P(MinimizedBoxes, ComeBackGrownAtTheirPlace) {
+    const TaskbarAt taskbar(GetParam().taskbar);
+    for (const bool atTheLeft : {true, false}) {
+        FlexiInfoParams params = WithNextTexts({Lines(20, L"line")});
+        params.toolWindow = GetParam().toolWindow ? 1 : 0;
+        Show(params, Lines(10, L"line").c_str(), [&](OpenInfoBox& box) {
+            const int x = atTheLeft ? GetParam().taskbar.x + 5 : WorkArea().right - SizeOf(box.Area()).cx - 5;
+            const int y = GetParam().taskbar.y + 5;
+            box.MoveTo(x, y);
+            box.Minimize();
+            EXPECT_TRUE(IsIconic(box.hwnd()));
+            box.Command(kInfoBoxRefreshId);
+            EXPECT_TRUE(IsIconic(box.hwnd()));
+            box.Restore();
+            EXPECT_EQ(box.Area().left, x);
+            EXPECT_EQ(box.Area().top, y);
+            EXPECT_EQ(SizeOf(box.AreaOf(kInfoBoxTextId)).cy, TextSize(box, Lines(20, L"line")).cy);
+            EXPECT_FALSE(box.HasScrollBar());
+            box.Command(kInfoBoxOkId);
+        });
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(InfoBoxLayout, MinimizedBoxes,
+                         testing::Values(TaskbarRow{"WithoutTaskbar", {0, 0}, false},
+                                         TaskbarRow{"TaskbarAtTheLeft", {90, 0}, false},
+                                         TaskbarRow{"TaskbarAtTheTop", {0, 60}, false},
+                                         TaskbarRow{"ToolWindowBesideATaskbar", {90, 60}, true}),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace

@@ -1,9 +1,10 @@
-#include "ui/info_box_menu.h"
+#include "ui/info_box/menu.h"
 
 #include <array>
 
-#include "base/time_text.h"
+#include "ui/info_box/state.h"
 
+#include "tests/support/import_redirect.h"
 #include "tests/ui/info_box_fixture.h"
 
 namespace {
@@ -137,14 +138,11 @@ TEST_F(InfoBoxMenuTest, WithoutAParentThereIsNoDetachEntry) {
 }
 
 TEST_F(InfoBoxMenuTest, CopyPutsTheShownTextOnTheClipboard) {
+    const PatientClipboard clipboard;
     driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_CopyToClipboard));
     Show(WithMenu(), L"first\nsecond", [](OpenInfoBox& box) {
         box.RightClick();
-        EXPECT_TRUE(OpenClipboard(nullptr));
-        const HANDLE block = GetClipboardData(CF_UNICODETEXT);
-        EXPECT_STREQ(static_cast<const wchar_t*>(GlobalLock(block)), L"first\r\nsecond");
-        GlobalUnlock(block);
-        CloseClipboard();
+        EXPECT_EQ(ClipboardText(), L"first\r\nsecond");
         box.Command(kInfoBoxOkId);
     });
 }
@@ -178,6 +176,55 @@ TEST_F(InfoBoxMenuTest, TheContextMenuKeyOpensTheMenu) {
         EXPECT_EQ(callback_.calls.back().menuItemId, 101);
         box.Command(kInfoBoxOkId);
     });
+}
+
+TEST_F(InfoBoxMenuTest, TheMenuOpensAtTheClickOrForTheKeyAtTheCorner) {
+    std::vector<POINT> places;
+    REPLACE_CALL(track, TrackPopupMenu, [&](HMENU, UINT, int x, int y, int, HWND, const RECT*) {
+        places.push_back({x, y});
+        return 0;
+    });
+    Show(WithMenu(), L"", [&](OpenInfoBox& box) {
+        POINT corner = {};
+        ClientToScreen(box.hwnd(), &corner);
+        box.RightClick(5, 9);
+        SendMessageW(box.hwnd(), WM_CONTEXTMENU, reinterpret_cast<WPARAM>(box.hwnd()), -1);
+        ASSERT_EQ(places.size(), 2u);
+        EXPECT_EQ(places[0].x, corner.x + 5);
+        EXPECT_EQ(places[0].y, corner.y + 9);
+        EXPECT_EQ(places[1].x, corner.x);
+        EXPECT_EQ(places[1].y, corner.y);
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+TEST_F(InfoBoxMenuTest, AttachingToAParentThatIsGoneStaysDetached) {
+    callback_.act = [&](FlexiInfoEvent& event, wchar_t*, uint32_t) {
+        if (event.reason == kReasonRefreshButton) DestroyWindow(parent());
+        return FIR_NoChange;
+    };
+    FlexiInfoParams params = WithMenu();
+    params.startDetached = 1;
+    params.showRefreshButton = 1;
+    wcscpy(buffer_.data(), L"kept");
+    for (int i = 0; i < 2; ++i)
+        driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        const OpenInfoBox box(view);
+        box.Command(kInfoBoxRefreshId);
+        box.RightClick();
+    });
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) { OpenInfoBox(view).RightClick(); });
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        EXPECT_EQ(view.Text(kInfoBoxTextId), L"kept");
+        view.Press(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoBox(parent(), &params, buffer_.data()), kInfoBoxOk);
+    ASSERT_EQ(driver_.boxes().size(), 3u);
+    EXPECT_EQ(driver_.boxes()[2].owner, nullptr);
+    // The second menu shows it as detached again.
+    EXPECT_TRUE(driver_.menus()[1].Item(MenuCommandOf(FIMI_Detach))->checked());
+    EXPECT_EQ(items_[1].state, kMenuItemChecked);
 }
 
 TEST_F(InfoBoxMenuTest, DetachingAndAttachingKeepsTextStatesAndRefreshTime) {
@@ -237,7 +284,7 @@ TEST_F(InfoBoxMenuTest, TimersAndSizeStartAfreshWhenReopened) {
     wcscpy(buffer_.data(), L"one\ntwo\nthree\nfour\nfive\nsix\nseven\neight\nnine\nten");
     callback_.result = FIR_NoChange;
     driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
-    SIZE first{};
+    SIZE first = {};
     driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
         const OpenInfoBox box(view);
         first = {box.Area().right - box.Area().left, box.Area().bottom - box.Area().top};
@@ -256,6 +303,26 @@ TEST_F(InfoBoxMenuTest, TimersAndSizeStartAfreshWhenReopened) {
         box.Tick();
     });
     EXPECT_EQ(FlexiInfoBox(parent(), &params, buffer_.data()), kInfoBoxOk);
+}
+
+TEST_F(InfoBoxMenuTest, ReopenedWithAutoRunningItRunsInTheNewWindowAlone) {
+    FlexiInfoParams params = WithMenu();
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    const TimerRecord timers;
+    driver_.ExpectMenu().Choose(MenuCommandOf(FIMI_Detach));
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) { OpenInfoBox(view).RightClick(); });
+    driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
+        const OpenInfoBox box(view);
+        EXPECT_TRUE(box.AutoChecked());
+        EXPECT_EQ(timers.IntervalsOf(kAutoRefreshTimer), (std::vector<UINT>{600000, 600000}));
+        callback_.calls.clear();
+        box.Tick();
+        EXPECT_EQ(callback_.Reasons(), std::vector<uint32_t>{kReasonRefresh});
+        box.Command(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoBox(parent(), &params, buffer_.data()), kInfoBoxOk);
+    EXPECT_FALSE(timers.IsRunning(kAutoRefreshTimer));
 }
 
 TEST_F(InfoBoxMenuTest, ACallbackThatClosesOnDetachingEndsTheBox) {
@@ -281,76 +348,6 @@ TEST_F(InfoBoxMenuTest, ATickThatClosesTheBoxClosesTheOpenMenu) {
                    }),
               kInfoBoxOk);
     EXPECT_EQ(callback_.CountOf(kReasonMenu), 0);
-}
-
-HWND FindHint() {
-    for (HWND hint = nullptr;
-         (hint = FindWindowExW(nullptr, hint, L"tooltips_class32", nullptr)) != nullptr;) {
-        DWORD process = 0;
-        GetWindowThreadProcessId(hint, &process);
-        if (process == GetCurrentProcessId() && IsWindowVisible(hint)) return hint;
-    }
-    return nullptr;
-}
-
-TEST_F(InfoBoxMenuTest, TheHintShowsForItsTimeAndFollowsTheBox) {
-    FlexiInfoParams params = WithMenu();
-    params.hintSeconds = 1;
-    Show(params, L"", [](OpenInfoBox& box) {
-        const DWORD start = GetTickCount();
-        EXPECT_NE(FindHint(), nullptr);
-        RECT before{};
-        GetWindowRect(FindHint(), &before);
-        SetWindowPos(box.hwnd(), nullptr, box.Area().left + 40, box.Area().top + 30, 0, 0,
-                     SWP_NOSIZE | SWP_NOZORDER);
-        RECT after{};
-        GetWindowRect(FindHint(), &after);
-        EXPECT_EQ(after.left - before.left, 40);
-        EXPECT_EQ(after.top - before.top, 30);
-        EXPECT_TRUE(WaitUntil("the hint to go", [] { return FindHint() == nullptr; }));
-        EXPECT_GE(GetTickCount() - start, 800u);
-        box.Command(kInfoBoxOkId);
-    });
-}
-
-TEST_F(InfoBoxMenuTest, AHintOfZeroSecondsStaysForTwo) {
-    FlexiInfoParams params = WithMenu();
-    params.hintSeconds = 0;
-    Show(params, L"", [](OpenInfoBox& box) {
-        const DWORD start = GetTickCount();
-        EXPECT_NE(FindHint(), nullptr);
-        EXPECT_TRUE(WaitUntil("the hint to go", [] { return FindHint() == nullptr; }));
-        EXPECT_NEAR(static_cast<double>(GetTickCount() - start), 2000, 500);
-        box.Command(kInfoBoxOkId);
-    });
-}
-
-TEST_F(InfoBoxMenuTest, ANegativeTimeOrNoMenuMeansNoHint) {
-    FlexiInfoParams params = WithMenu();
-    Show(params, L"", [](OpenInfoBox& box) {
-        EXPECT_EQ(FindHint(), nullptr);
-        box.Command(kInfoBoxOkId);
-    });
-    params.hintSeconds = 60;
-    params.menuItemCount = 0;
-    Show(params, L"", [](OpenInfoBox& box) {
-        EXPECT_EQ(FindHint(), nullptr);
-        box.Command(kInfoBoxOkId);
-    });
-}
-
-TEST_F(InfoBoxMenuTest, ALeftOrRightClickHidesTheHint) {
-    FlexiInfoParams params = WithMenu();
-    params.hintSeconds = 60;
-    for (const UINT message : {WM_LBUTTONDOWN, WM_RBUTTONDOWN}) {
-        if (message == WM_RBUTTONDOWN) driver_.ExpectMenu().Dismiss();
-        Show(params, L"", [message](OpenInfoBox& box) {
-            EXPECT_NE(FindHint(), nullptr);
-            SendMessageW(box.hwnd(), message, 0, MAKELPARAM(2, 2));
-            EXPECT_EQ(FindHint(), nullptr);
-            box.Command(kInfoBoxOkId);
-        });
-    }
 }
 
 }  // namespace

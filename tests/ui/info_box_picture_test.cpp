@@ -1,5 +1,5 @@
-// Pictures of each kind of info box, for people to look at. Built twice: ui_host_tests is a program with
-// version 6 of the common controls, as Device Manager is.
+// Pictures of each kind of info box, for people to look at: with version 5 of the common controls and, in
+// ui_host_tests, with version 6.
 #include <array>
 
 #include "ui/info_message.h"
@@ -25,7 +25,7 @@ class InfoBoxPicture : public InfoBoxTest {
     void Take(const std::wstring& name, FlexiInfoParams params, const wchar_t* text) {
         Show(params, text, [&](OpenInfoBox& box) {
             const RECT area = box.Area();
-            RECT common{};
+            RECT common = {};
             const RECT work = WorkArea();
             IntersectRect(&common, &area, &work);
             EXPECT_TRUE(EqualRect(&common, &area));
@@ -42,14 +42,14 @@ TEST_F(InfoBoxPicture, Plain) {
 }
 
 TEST_F(InfoBoxPicture, OneButton) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.title = L"TAVIX";
     params.okText = L"OK";
     Take(L"ok", params, L"COM7 is not opened by any process yet.\r\n\r\nSecond paragraph & an ampersand.");
 }
 
 TEST_F(InfoBoxPicture, Question) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.title = L"TAVIX problem detected";
     params.normalIcon = LoadIconW(nullptr, IDI_WARNING);
     params.okText = L"&Continue";
@@ -61,7 +61,7 @@ TEST_F(InfoBoxPicture, Question) {
 }
 
 TEST_F(InfoBoxPicture, CancelOnly) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.cancelText = L"Cancel";
     Take(L"cancel", params, L"One line.");
 }
@@ -94,14 +94,14 @@ TEST_F(InfoBoxPicture, Alert) {
 }
 
 TEST_F(InfoBoxPicture, ToolWindow) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.toolWindow = 1;
     Take(L"tool_window", params, L"A tool window has no system menu.");
 }
 
 TEST_F(InfoBoxPicture, HiddenRefreshControls) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.autoRefreshMs = 60000;
     params.hideRefreshControls = 1;
     Take(L"hidden_refresh", params, L"No button at all.");
@@ -112,7 +112,7 @@ TEST_F(InfoBoxPicture, LargerThanTheScreen) {
     for (int line = 1; line <= 200; ++line)
         text += L"Line " + std::to_wstring(line) + std::wstring(300, L'.') + L"\n";
     buffer_.resize(text.size() + 1);
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     Take(L"oversize", params, text.c_str());
 }

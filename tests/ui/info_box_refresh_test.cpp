@@ -1,9 +1,10 @@
-#include "ui/info_box_refresh.h"
+#include "ui/info_box/refresh.h"
 
 #include <array>
 
 #include "base/time_text.h"
 #include "base/xfmt.h"
+#include "ui/info_box/state.h"
 
 #include "tests/support/import_redirect.h"
 #include "tests/ui/info_box_fixture.h"
@@ -127,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(InfoBox, InfoBoxFirstRefresh, testing::Values(0u, 1u, 2
 TEST(InfoBoxFirstRefreshClosing, EndsTheBoxWithOne) {
     RecordingCallback callback;
     callback.result = FIR_CloseOk;
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.refreshProc = RecordingCallback::Run;
     params.refreshContext = &callback;
     params.autoRefreshAtStart = 1;
@@ -150,7 +151,7 @@ using InfoBoxRefresh = InfoBoxTest;
 TEST_F(InfoBoxRefresh, ATickThatChangesNothingNeitherAllocatesNorRepaints) {
     realMalloc = reinterpret_cast<void* (*)(size_t)>(ImportedFunction(nullptr, "malloc"));
     const ImportRedirect redirect(nullptr, nullptr, "malloc", reinterpret_cast<void*>(&CountingMalloc));
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.autoRefreshMs = 600000;
     params.autoRefreshAtStart = 1;
@@ -185,55 +186,104 @@ TEST_F(InfoBoxRefresh, ATickThatChangesNothingNeitherAllocatesNorRepaints) {
     });
 }
 
-TEST_F(InfoBoxRefresh, TicksAtItsIntervalOnlyWhenStartedSo) {
+TEST_F(InfoBoxRefresh, StartsItsTimerAtOnceOnlyWhenAskedTo) {
     FlexiInfoParams params = Recorded();
-    params.autoRefreshMs = 50;
+    params.autoRefreshMs = 600000;
     for (const bool atStart : {false, true}) {
         params.autoRefreshAtStart = atStart ? 1 : 0;
-        callback_.calls.clear();
-        const DWORD start = GetTickCount();
+        const TimerRecord timers;
         Show(params, L"", [&](OpenInfoBox& box) {
             EXPECT_EQ(box.AutoChecked(), atStart);
-            if (atStart) {
-                EXPECT_TRUE(WaitUntil("six ticks", [&] { return callback_.calls.size() >= 7; }));
-                EXPECT_GE(GetTickCount() - start, 6 * 50 - 20u);
-            } else {
-                Sleep(150);
-            }
+            EXPECT_EQ(timers.IsRunning(kAutoRefreshTimer), atStart);
             box.Command(kInfoBoxOkId);
         });
-        if (!atStart) {
-            EXPECT_EQ(callback_.Reasons(), std::vector<uint32_t>{kReasonOk});
-        }
+        EXPECT_FALSE(timers.IsRunning(kAutoRefreshTimer));
+        const std::vector<UINT> intervals(atStart ? 1 : 0, 600000);
+        EXPECT_EQ(timers.IntervalsOf(kAutoRefreshTimer), intervals);
     }
+}
+
+TEST_F(InfoBoxRefresh, EachTickRefreshes) {
+    FlexiInfoParams params = Recorded();
+    params.autoRefreshMs = 20;
+    params.autoRefreshAtStart = 1;
+    Show(params, L"", [&](OpenInfoBox& box) {
+        EXPECT_TRUE(WaitUntil("six ticks", [&] { return callback_.refreshes >= 7; }));
+        box.Command(kInfoBoxOkId);
+    });
 }
 
 TEST_F(InfoBoxRefresh, CheckingAutoRefreshesAtOnceAndUncheckingStops) {
     FlexiInfoParams params = Recorded();
-    params.autoRefreshMs = 30;
+    params.autoRefreshMs = 600000;
+    const TimerRecord timers;
     Show(params, L"", [&](OpenInfoBox& box) {
         box.CheckAuto(true);
-        EXPECT_GE(callback_.CountOf(kReasonRefresh), 1);
+        EXPECT_EQ(callback_.Reasons(), std::vector<uint32_t>{kReasonRefresh});
         EXPECT_EQ(callback_.calls[0].autoChecked, 1);
-        EXPECT_TRUE(WaitUntil("ticks", [&] { return callback_.calls.size() >= 4; }));
+        EXPECT_TRUE(timers.IsRunning(kAutoRefreshTimer));
         box.CheckAuto(false);
-        const size_t before = callback_.calls.size();
-        Sleep(120);
-        EXPECT_EQ(callback_.calls.size(), before);
+        EXPECT_EQ(callback_.calls.size(), 1u);
+        EXPECT_FALSE(timers.IsRunning(kAutoRefreshTimer));
+        // A tick that was on its way already.
+        box.Tick();
+        EXPECT_EQ(callback_.calls.size(), 1u);
         box.Command(kInfoBoxOkId);
     });
 }
 
 TEST_F(InfoBoxRefresh, TheTimerIsNeverStartedTwice) {
     FlexiInfoParams params = Recorded();
-    params.autoRefreshMs = 100;
+    params.autoRefreshMs = 600000;
+    const TimerRecord timers;
     Show(params, L"", [&](OpenInfoBox& box) {
         for (int i = 0; i < 8; ++i)
             box.CheckAuto(true);
-        callback_.calls.clear();
-        Sleep(350);
-        EXPECT_LE(callback_.calls.size(), 4u);
-        EXPECT_GE(callback_.calls.size(), 2u);
+        box.Command(kInfoBoxOkId);
+    });
+    EXPECT_EQ(timers.IntervalsOf(kAutoRefreshTimer), std::vector<UINT>{600000});
+}
+
+TEST_F(InfoBoxRefresh, TheTimerIsStoppedBeforeTheBoxIsEnded) {
+    bool runningAtTheEnd = true;
+    const TimerRecord timers;
+    REPLACE_CALL(end, EndDialog, [&](HWND window, INT_PTR result) {
+        runningAtTheEnd = timers.IsRunning(kAutoRefreshTimer);
+        return EndDialog(window, result);
+    });
+    FlexiInfoParams params = Recorded();
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    Show(params, L"", [](OpenInfoBox& box) { box.Command(kInfoBoxOkId); });
+    EXPECT_EQ(end.calls(), 1);
+    EXPECT_FALSE(runningAtTheEnd);
+}
+
+TEST_F(InfoBoxRefresh, ADestroyedBoxStopsItsTimer) {
+    callback_.act = [](FlexiInfoEvent& event, wchar_t*, uint32_t) {
+        if (event.reason == kReasonRefreshButton) DestroyWindow(event.hwnd);
+        return FIR_NoChange;
+    };
+    const TimerRecord timers;
+    FlexiInfoParams params = Recorded();
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    EXPECT_EQ(Show(params, L"", [](OpenInfoBox& box) { box.Command(kInfoBoxRefreshId); }), kInfoBoxCancel);
+    EXPECT_FALSE(timers.IsRunning(kAutoRefreshTimer));
+}
+
+TEST_F(InfoBoxRefresh, ACallbackThatStopsAutoStopsTheTimer) {
+    callback_.result = FIR_StopAuto;
+    const TimerRecord timers;
+    FlexiInfoParams params = Recorded();
+    params.autoRefreshMs = 600000;
+    params.autoRefreshAtStart = 1;
+    Show(params, L"", [&](OpenInfoBox& box) {
+        EXPECT_TRUE(timers.IsRunning(kAutoRefreshTimer));
+        box.Tick();
+        EXPECT_FALSE(timers.IsRunning(kAutoRefreshTimer));
+        EXPECT_FALSE(box.AutoChecked());
+        callback_.result = FIR_NoChange;
         box.Command(kInfoBoxOkId);
     });
 }
@@ -243,14 +293,31 @@ TEST_F(InfoBoxRefresh, ACallbackThatStopsAutoOnCheckingItKeepsItStopped) {
         return event.reason == kReasonRefresh ? FIR_StopAuto : FIR_NoChange;
     };
     FlexiInfoParams params = Recorded();
-    params.autoRefreshMs = 20;
+    params.autoRefreshMs = 600000;
+    const TimerRecord timers;
     Show(params, L"", [&](OpenInfoBox& box) {
         box.CheckAuto(true);
         EXPECT_FALSE(box.AutoChecked());
-        Sleep(100);
+        EXPECT_TRUE(timers.IntervalsOf(kAutoRefreshTimer).empty());
         EXPECT_EQ(callback_.CountOf(kReasonRefresh), 1);
         box.Command(kInfoBoxOkId);
     });
+}
+
+TEST_F(InfoBoxRefresh, TheSpareFieldIsZeroAtEachCall) {
+    callback_.act = [](FlexiInfoEvent& event, wchar_t*, uint32_t) {
+        event.spare = 99;
+        return FIR_NoChange;
+    };
+    FlexiInfoParams params = Recorded();
+    params.showRefreshButton = 1;
+    Show(params, L"", [](OpenInfoBox& box) {
+        box.Command(kInfoBoxRefreshId);
+        box.Command(kInfoBoxOkId);
+    });
+    ASSERT_EQ(callback_.calls.size(), 2u);
+    EXPECT_EQ(callback_.calls[0].spare, 0u);
+    EXPECT_EQ(callback_.calls[1].spare, 0u);
 }
 
 TEST_F(InfoBoxRefresh, ReasonAndPressesAreRecordedInTheEvent) {
@@ -300,6 +367,17 @@ TEST_F(InfoBoxRefresh, NoChangeLeavesEvenTheCaptionTimeAlone) {
 }
 
 TEST_F(InfoBoxRefresh, TheCaptionIsTheLocalTimeOfTheLastRefreshWhenAsked) {
+    // Three hours east of Greenwich, at 2024-03-05 21:07:02 UTC.
+    constexpr uint64_t kNow = 133541464220000000;
+    constexpr uint64_t kThreeHours = 3ull * 3600 * 10'000'000;
+    const auto fileTime = [](uint64_t units) {
+        return FILETIME{static_cast<DWORD>(units), static_cast<DWORD>(units >> 32)};
+    };
+    REPLACE_CALL(now, GetSystemTimeAsFileTime, [&](FILETIME* time) { *time = fileTime(kNow); });
+    REPLACE_CALL(local, FileTimeToLocalFileTime, [&](const FILETIME* utc, FILETIME* time) -> BOOL {
+        *time = fileTime((uint64_t{utc->dwHighDateTime} << 32 | utc->dwLowDateTime) + kThreeHours);
+        return TRUE;
+    });
     std::array<FlexiInfoMenuItem, 1> items{{{FIMI_ShowRefreshTime, kMenuItemChecked, L"Show"}}};
     FlexiInfoParams params = Recorded();
     params.showRefreshButton = 1;
@@ -309,17 +387,10 @@ TEST_F(InfoBoxRefresh, TheCaptionIsTheLocalTimeOfTheLastRefreshWhenAsked) {
     Show(params, L"", [&](OpenInfoBox& box) {
         EXPECT_EQ(box.Caption(), L"FlexiInfo");
         box.Command(kInfoBoxRefreshId);
-        box.Command(kInfoBoxRefreshId);
-        TimeTm local{};
-        time_unix_to_tm_local(callback_.calls[1].lastRefreshTime, &local);
-        wchar_t first[40];
-        xfmt(first, 40, L"%04d-%02d-%02d %02d:%02d", local.year + 1900, local.month + 1, local.day,
-             local.hour, local.minute);
-        EXPECT_EQ(box.Caption().size(), 19u);
-        EXPECT_EQ(box.Caption().substr(0, 13), std::wstring(first).substr(0, 13));
-        EXPECT_EQ(box.Caption()[16], L':');
+        EXPECT_EQ(box.Caption(), L"2024-03-06 00:07:02");
         box.Command(kInfoBoxOkId);
     });
+    EXPECT_EQ(callback_.calls[1].lastRefreshTime, 1709672822);
 }
 
 TEST_F(InfoBoxRefresh, AnAlertIsOverWhenTheNormalIconIsAskedFor) {
@@ -338,101 +409,6 @@ TEST_F(InfoBoxRefresh, AnAlertIsOverWhenTheNormalIconIsAskedFor) {
         EXPECT_EQ(box.Icon(), LoadIconW(nullptr, IDI_INFORMATION));
         box.Command(kInfoBoxOkId);
     });
-}
-
-// Lines of 98 characters; each CR LF stays as it is.
-std::wstring TextOf(size_t units) {
-    std::wstring text;
-    while (text.size() < units)
-        text += std::wstring(98, L'x') + L"\r\n";
-    text.resize(units - 1);
-    return text + L'.';
-}
-
-struct LimitRow {
-    const char* name;
-    size_t units;
-    bool fits;
-};
-void PrintTo(const LimitRow& row, std::ostream* out) {
-    *out << row.name;
-}
-
-class InfoBoxLimit : public InfoBoxTest, public testing::WithParamInterface<LimitRow> {
-  protected:
-    InfoBoxLimit() { buffer_.resize(1'100'000); }
-    void ExpectAnswer(const OpenInfoBox& box, int shownBefore) const {
-        const int shown = GetWindowTextLengthW(GetDlgItem(box.hwnd(), kInfoBoxTextId));
-        EXPECT_EQ(shown, GetParam().fits ? static_cast<int>(GetParam().units) : shownBefore);
-        if (GetParam().fits) {
-            EXPECT_EQ(buffer_.data(), TextOf(GetParam().units));
-        } else {
-            EXPECT_STREQ(buffer_.data(), L"No memory!");
-        }
-    }
-};
-
-TEST_P(InfoBoxLimit, HoldsForTheFirstText) {
-    Show(Recorded(), TextOf(GetParam().units).c_str(), [&](OpenInfoBox& box) {
-        ExpectAnswer(box, 0);
-        callback_.result = FIR_NoChange;
-        box.Command(kInfoBoxOkId);
-    });
-}
-
-TEST_P(InfoBoxLimit, HoldsForARefresh) {
-    callback_.act = [&](FlexiInfoEvent& event, wchar_t* text, uint32_t) {
-        if (event.reason != kReasonRefreshButton) return FIR_NoChange;
-        wcscpy(text, TextOf(GetParam().units).c_str());
-        return FIR_Update;
-    };
-    FlexiInfoParams params = Recorded();
-    params.showRefreshButton = 1;
-    Show(params, L"shown", [&](OpenInfoBox& box) {
-        box.Command(kInfoBoxRefreshId);
-        ExpectAnswer(box, 5);
-        box.Command(kInfoBoxOkId);
-    });
-}
-
-INSTANTIATE_TEST_SUITE_P(InfoBox, InfoBoxLimit,
-                         testing::Values(LimitRow{"Largest", 1'023'999, true},
-                                         LimitRow{"OneTooMany", 1'024'000, false},
-                                         LimitRow{"TwoTooMany", 1'024'001, false}),
-                         [](const auto& row) { return row.param.name; });
-
-// The block that a display text of eight units needs finds no memory on the box's thread.
-void* RefusingMalloc(size_t bytes) {
-    const bool refused = GetCurrentThreadId() == countedThread && bytes == 9 * sizeof(wchar_t);
-    return refused ? nullptr : realMalloc(bytes);
-}
-
-TEST_F(InfoBoxRefresh, TheWordsAboutMissingMemoryKeepWithinTheBuffer) {
-    wchar_t text[] = L"\n\n\n\n|beyond";
-    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& box) {
-        EXPECT_EQ(box.Text(kInfoBoxTextId), L"");
-        box.Close();
-    });
-    FlexiInfoParams params{};
-    params.textBufferChars = 4;
-    realMalloc = reinterpret_cast<void* (*)(size_t)>(ImportedFunction(nullptr, "malloc"));
-    const ImportRedirect redirect(nullptr, nullptr, "malloc", reinterpret_cast<void*>(&RefusingMalloc));
-    countedThread = GetCurrentThreadId();
-    EXPECT_EQ(FlexiInfoBox(parent(), &params, text), kInfoBoxCancel);
-    countedThread = 0;
-    EXPECT_STREQ(text, L"No ");
-    EXPECT_STREQ(text + 4, L"|beyond");
-}
-
-TEST_F(InfoBoxRefresh, ATextWithoutTerminatorEndsAtTheBuffersCapacity) {
-    wchar_t unterminated[5] = {L'a', L'b', L'c', L'd', L'e'};
-    FlexiInfoParams params{};
-    params.textBufferChars = 4;
-    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& box) {
-        EXPECT_EQ(box.Text(kInfoBoxTextId), L"abcd");
-        box.Close();
-    });
-    FlexiInfoBox(parent(), &params, unterminated);
 }
 
 }  // namespace

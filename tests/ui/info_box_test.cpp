@@ -2,10 +2,11 @@
 
 #include "base/time_text.h"
 #include "ui/activation_context.h"
-#include "ui/info_box_template.h"
+#include "ui/info_box/template.h"
 
 #include "tests/support/import_redirect.h"
 #include "tests/ui/info_box_fixture.h"
+#include "tests/ui/info_box_resource.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ TEST_F(InfoBox, WithoutButtonsTheCloseBoxGivesTwo) {
 }
 
 TEST_F(InfoBox, TheButtonsGiveTheirNumbers) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"&Continue";
     params.cancelText = L"Canc&el";
     for (const int id : {kInfoBoxOkId, kInfoBoxCancelId}) {
@@ -105,12 +106,48 @@ TEST_F(InfoBox, WithoutButtonsNoWindowHasTheFocusAtTheFirstRefresh) {
 }
 
 TEST_F(InfoBox, ATemplateOfTheCallerIsUsed) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.fontPointSize = 20;
     const InfoBoxTemplate own(params);
     driver_.ExpectBox(L"FlexiInfo").Press(kInfoBoxOkId);
     EXPECT_EQ(FlexiInfoBoxFromTemplate(nullptr, nullptr, own.get(), parent(), &params, nullptr), 1u);
+}
+
+TEST_F(InfoBox, ADialogResourceIsUsedEvenBesideATemplateInMemory) {
+    FlexiInfoParams params = {};
+    params.okText = L"OK";
+    params.title = L"From a resource";
+    const InfoBoxTemplate inMemory(params);
+    wchar_t text[] = L"shown\nby the resource";
+    params.textBufferChars = 23;
+    driver_.ExpectBox(L"From a resource").Do([](BoxView& box) {
+        EXPECT_EQ(box.Text(kInfoBoxTextId), L"shown\r\nby the resource");
+        EXPECT_NE(box.Control(IDC_ONLY_IN_RESOURCE), nullptr);
+        box.Press(kInfoBoxOkId);
+    });
+    EXPECT_EQ(FlexiInfoBoxFromTemplate(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_INFO_BOX),
+                                       inMemory.get(), parent(), &params, text),
+              1u);
+}
+
+// The resource has Cancel lower than OK.
+TEST_F(InfoBox, BesideACancelButtonAloneTheHiddenOneGoesToItsHeight) {
+    FlexiInfoParams params = {};
+    params.cancelText = L"Cancel";
+    driver_.ExpectBox(L"FlexiInfo").Do([](BoxView& view) {
+        const OpenInfoBox box(view);
+        RECT place = {99, 60, 0, 0};
+        MapDialogRect(box.hwnd(), &place);
+        EXPECT_EQ(box.AreaOf(kInfoBoxCancelId).left, place.left);
+        EXPECT_EQ(box.AreaOf(kInfoBoxCancelId).top, place.top);
+        EXPECT_EQ(box.AreaOf(kInfoBoxOkId).top, place.top);
+        EXPECT_FALSE(box.IsShown(kInfoBoxOkId));
+        box.Command(kInfoBoxCancelId);
+    });
+    EXPECT_EQ(FlexiInfoBoxFromTemplate(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_INFO_BOX), nullptr,
+                                       parent(), &params, nullptr),
+              2u);
 }
 
 TEST_F(InfoBox, TheModuleInstanceIsThatOfTheParent) {
@@ -134,7 +171,7 @@ TEST_F(InfoBox, DisablesItsParentWhileItIsAttached) {
 }
 
 TEST_F(InfoBox, LeavesItsParentUsableWhenItStartsDetached) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.startDetached = 1;
     Show(params, L"", [this](OpenInfoBox& box) {
         EXPECT_TRUE(IsWindowEnabled(parent()));
@@ -144,7 +181,7 @@ TEST_F(InfoBox, LeavesItsParentUsableWhenItStartsDetached) {
 }
 
 TEST_F(InfoBox, ShowsTitleTextAndIcon) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.title = L"Result";
     params.normalIcon = LoadIconW(nullptr, IDI_ERROR);
     Show(params, L"one\ntwo\rthree\r\nfour\n\rfive", [&](OpenInfoBox& box) {
@@ -172,7 +209,7 @@ void PrintTo(const RefreshControlsRow& row, std::ostream* out) {
 class InfoBoxRefreshControls : public InfoBoxTest, public testing::WithParamInterface<RefreshControlsRow> {};
 
 TEST_P(InfoBoxRefreshControls, AreShownAsAsked) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.showRefreshButton = GetParam().showRefreshButton;
     params.autoRefreshMs = GetParam().autoRefreshMs;
     params.hideRefreshControls = GetParam().hideRefreshControls;
@@ -194,7 +231,7 @@ INSTANTIATE_TEST_SUITE_P(InfoBox, InfoBoxRefreshControls,
                          [](const auto& row) { return row.param.name; });
 
 TEST_F(InfoBox, OwnTextsReplaceThoseOfTheRefreshControls) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.autoRefreshMs = 60000;
     params.refreshText = L"A&gain";
     params.autoText = L"&Often";
@@ -204,7 +241,7 @@ TEST_F(InfoBox, OwnTextsReplaceThoseOfTheRefreshControls) {
 }
 
 TEST_F(InfoBox, ACancelButtonAloneStaysAtItsTemplatePlaceAndTheHiddenOneMoves) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.cancelText = L"Cancel";
     Show(params,
          L"a text that makes the box wider than its template, because it is quite a long line of words",
@@ -215,7 +252,7 @@ TEST_F(InfoBox, ACancelButtonAloneStaysAtItsTemplatePlaceAndTheHiddenOneMoves) {
              EXPECT_EQ(cancel.left, place.left);
              EXPECT_EQ(cancel.top, place.top);
              // Anchored at the middle and the bottom, as an OK button alone would be.
-             RECT client{};
+             RECT client = {};
              GetClientRect(box.hwnd(), &client);
              const RECT ok = box.AreaOf(kInfoBoxOkId);
              EXPECT_NEAR((ok.left + ok.right) / 2, client.right / 2, 2);
@@ -225,12 +262,12 @@ TEST_F(InfoBox, ACancelButtonAloneStaysAtItsTemplatePlaceAndTheHiddenOneMoves) {
 }
 
 TEST_F(InfoBox, AnOkButtonAloneIsCentred) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     Show(params,
          L"a text that makes the box wider than its template, because it is quite a long line of words",
          [](OpenInfoBox& box) {
-             RECT client{};
+             RECT client = {};
              GetClientRect(box.hwnd(), &client);
              const RECT ok = box.AreaOf(kInfoBoxOkId);
              EXPECT_NEAR((ok.left + ok.right) / 2, client.right / 2, 2);
@@ -240,11 +277,11 @@ TEST_F(InfoBox, AnOkButtonAloneIsCentred) {
 }
 
 TEST_F(InfoBox, TwoButtonsKeepTheirDistanceFromTheCorner) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.cancelText = L"Cancel";
     Show(params, L"1\n2\n3\n4\n5\n6\n7\n8\n9\n10\n11\n12", [](OpenInfoBox& box) {
-        RECT client{};
+        RECT client = {};
         GetClientRect(box.hwnd(), &client);
         RECT margins{156 - 149, 56 - 52, 156 - 96, 0};
         MapDialogRect(box.hwnd(), &margins);
@@ -256,7 +293,7 @@ TEST_F(InfoBox, TwoButtonsKeepTheirDistanceFromTheCorner) {
 }
 
 TEST_F(InfoBox, AToolWindowHasNoSystemMenu) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.toolWindow = 1;
     Show(params, L"", [](OpenInfoBox& box) { box.Command(kInfoBoxCancelId); });
     EXPECT_TRUE(driver_.boxes()[0].extendedStyle & WS_EX_TOOLWINDOW);
@@ -265,13 +302,13 @@ TEST_F(InfoBox, AToolWindowHasNoSystemMenu) {
 
 TEST_F(InfoBox, ThePitchOfTheFontIsAsAsked) {
     for (const bool fixedPitch : {false, true}) {
-        FlexiInfoParams params{};
+        FlexiInfoParams params = {};
         params.fixedPitch = fixedPitch ? 1 : 0;
         Show(params, L"", [fixedPitch](OpenInfoBox& box) {
             const HWND text = GetDlgItem(box.hwnd(), kInfoBoxTextId);
             const auto font = reinterpret_cast<HFONT>(SendMessageW(text, WM_GETFONT, 0, 0));
-            LOGFONTW description{};
-            GetObjectW(font, sizeof description, &description);
+            LOGFONTW description = {};
+            GetObjectW(font, sizeof(description), &description);
             EXPECT_EQ(description.lfPitchAndFamily & 3, fixedPitch ? FIXED_PITCH : VARIABLE_PITCH);
             EXPECT_EQ(description.lfFaceName[0] == L'\0', fixedPitch);
             box.Command(kInfoBoxCancelId);
@@ -284,7 +321,7 @@ TEST_F(InfoBox, ScrollToEndShowsTheLastLine) {
     for (int i = 0; i < 300; ++i)
         text += L"line\n";
     for (const bool scroll : {false, true}) {
-        FlexiInfoParams params{};
+        FlexiInfoParams params = {};
         params.scrollToEnd = scroll ? 1 : 0;
         Show(params, text.c_str(), [scroll](OpenInfoBox& box) {
             const HWND control = GetDlgItem(box.hwnd(), kInfoBoxTextId);
@@ -349,7 +386,7 @@ TEST_F(InfoBox, TheParametersMayGoAwayDuringTheCall) {
     params->autoRefreshMs = 60000;
     driver_.ExpectBox(L"FlexiInfo").Do([&](BoxView& view) {
         const OpenInfoBox box(view);
-        memset(static_cast<void*>(params.get()), 0xEE, sizeof *params);
+        memset(static_cast<void*>(params.get()), 0xEE, sizeof(*params));
         box.Tick();
         EXPECT_EQ(callback_.calls.size(), 0u) << "the timer is not running yet";
         box.CheckAuto(true);
@@ -361,7 +398,7 @@ TEST_F(InfoBox, TheParametersMayGoAwayDuringTheCall) {
 }
 
 TEST_F(InfoBox, EnterPressesTheDefaultButtonAndMnemonicsTheirs) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"&Yes";
     params.cancelText = L"&No";
     EXPECT_EQ(Show(params, L"", [](OpenInfoBox& box) { box.PressKey(VK_RETURN); }), 1u);
@@ -377,7 +414,7 @@ TEST_F(InfoBox, EnterPressesTheDefaultButtonAndMnemonicsTheirs) {
 }
 
 TEST_F(InfoBox, EscapeInTheTextGivesTwo) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"OK";
     params.defaultButtonId = kInfoBoxTextId;
     EXPECT_EQ(Show(params, L"",
@@ -389,16 +426,14 @@ TEST_F(InfoBox, EscapeInTheTextGivesTwo) {
 }
 
 TEST_F(InfoBox, TabReachesEveryControlInOrder) {
-    FlexiInfoParams params{};
+    FlexiInfoParams params = {};
     params.okText = L"&Yes";
     params.cancelText = L"&No";
     params.autoRefreshMs = 60000;
     Show(params, L"text", [](OpenInfoBox& box) {
         std::vector<int> order{box.FocusId()};
         for (int i = 0; i < 5; ++i) {
-            const int before = box.FocusId();
             box.PressKey(VK_TAB);
-            EXPECT_TRUE(WaitUntil("the focus to move", [&] { return box.FocusId() != before; }));
             order.push_back(box.FocusId());
         }
         EXPECT_EQ(order, (std::vector<int>{kInfoBoxOkId, kInfoBoxCancelId, kInfoBoxTextId, kInfoBoxRefreshId,
@@ -411,19 +446,16 @@ TEST_F(InfoBox, TabEntersABoxWithoutFocus) {
     Show({}, L"text", [](OpenInfoBox& box) {
         EXPECT_EQ(box.FocusId(), 0);
         box.PressKey(VK_TAB);
-        EXPECT_TRUE(WaitUntil("the text to get the focus", [&] { return box.FocusId() == kInfoBoxTextId; }));
+        EXPECT_EQ(box.FocusId(), kInfoBoxTextId);
         box.Command(kInfoBoxCancelId);
     });
 }
 
 TEST_F(InfoBox, AClickOnTheIconCopiesTheText) {
+    const PatientClipboard clipboard;
     Show({}, L"one\ntwo", [](OpenInfoBox& box) {
         box.Command(kInfoBoxIconId);
-        EXPECT_TRUE(OpenClipboard(nullptr));
-        const HANDLE block = GetClipboardData(CF_UNICODETEXT);
-        EXPECT_STREQ(static_cast<const wchar_t*>(GlobalLock(block)), L"one\r\ntwo");
-        GlobalUnlock(block);
-        CloseClipboard();
+        EXPECT_EQ(ClipboardText(), L"one\r\ntwo");
         box.Command(kInfoBoxCancelId);
     });
 }
@@ -433,13 +465,10 @@ TEST_F(InfoBox, CopiesAtMost63999Units) {
     while (text.size() < 70000)
         text += L"a line of some length\r\n";
     buffer_.resize(text.size() + 1);
+    const PatientClipboard clipboard;
     Show({}, text.c_str(), [](OpenInfoBox& box) {
         box.Command(kInfoBoxIconId);
-        EXPECT_TRUE(OpenClipboard(nullptr));
-        const HANDLE block = GetClipboardData(CF_UNICODETEXT);
-        EXPECT_EQ(wcslen(static_cast<const wchar_t*>(GlobalLock(block))), size_t{63999});
-        GlobalUnlock(block);
-        CloseClipboard();
+        EXPECT_EQ(ClipboardText().size(), size_t{63999});
         box.Command(kInfoBoxCancelId);
     });
 }

@@ -10,6 +10,7 @@
 #include "tests/support/leak_counters.h"
 #include "tests/support/modal_driver.h"
 #include "tests/support/screenshot.h"
+#include "ui/activation_context.h"
 #include "ui/theme.h"
 
 namespace {
@@ -21,27 +22,27 @@ OwnedIcon SmallIcon() {
                                      GetSystemMetrics(SM_CYSMICON), 0)));
 }
 
-// An icon whose pixels have the colour and alpha given; its mask is set (transparent) in `masked`.
+// An icon whose pixels have the color and alpha given; its mask is set (transparent) in `masked`.
 OwnedIcon MaskedIcon(int width, int height, uint32_t pixel, const RECT& masked) {
     const HDC screen = GetDC(nullptr);
-    const OwnedBitmap colour(CreateCompatibleBitmap(screen, width, height));
+    const OwnedBitmap color(CreateCompatibleBitmap(screen, width, height));
     ReleaseDC(nullptr, screen);
     BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
     info.bmiHeader.biWidth = width;
     info.bmiHeader.biHeight = height;
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     std::vector<uint32_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height), pixel);
     const MemoryDc dc(CreateCompatibleDC(nullptr));
-    SetDIBits(dc.get(), colour.get(), 0, static_cast<UINT>(height), pixels.data(), &info, DIB_RGB_COLORS);
+    SetDIBits(dc.get(), color.get(), 0, static_cast<UINT>(height), pixels.data(), &info, DIB_RGB_COLORS);
     const OwnedBitmap mask(CreateBitmap(width, height, 1, 1, nullptr));
     const HGDIOBJ before = SelectObject(dc.get(), mask.get());
     PatBlt(dc.get(), 0, 0, width, height, BLACKNESS);
     PatBlt(dc.get(), masked.left, masked.top, masked.right - masked.left, masked.bottom - masked.top,
            WHITENESS);
     SelectObject(dc.get(), before);
-    ICONINFO icon = {TRUE, 0, 0, mask.get(), colour.get()};
+    ICONINFO icon = {TRUE, 0, 0, mask.get(), color.get()};
     return OwnedIcon(CreateIconIndirect(&icon));
 }
 
@@ -154,7 +155,7 @@ class MenuIcons : public testing::Test {
     }
     HBITMAP ItemBitmap(UINT item) const {
         MENUITEMINFOW info = {};
-        info.cbSize = sizeof info;
+        info.cbSize = sizeof(info);
         info.fMask = MIIM_BITMAP;
         GetMenuItemInfoW(menu_.get(), item, FALSE, &info);
         return info.hbmpItem;
@@ -172,7 +173,7 @@ class MenuIcons : public testing::Test {
 
 std::vector<uint32_t> PixelsOf(HBITMAP bitmap, int width, int height) {
     BITMAPINFO info = {};
-    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biSize = sizeof(info.bmiHeader);
     info.bmiHeader.biWidth = width;
     info.bmiHeader.biHeight = height;
     info.bmiHeader.biPlanes = 1;
@@ -191,7 +192,7 @@ TEST_F(MenuIcons, AnIconWithoutAlphaBecomesABitmapWithAlpha) {
     const OwnedBitmap owned(bitmap);
     EXPECT_EQ(ItemBitmap(10), bitmap);
     DIBSECTION section = {};
-    ASSERT_EQ(GetObjectW(bitmap, sizeof section, &section), static_cast<int>(sizeof section));
+    ASSERT_EQ(GetObjectW(bitmap, sizeof(section), &section), static_cast<int>(sizeof(section)));
     EXPECT_EQ(section.dsBmih.biSize, 40u);
     EXPECT_EQ(section.dsBmih.biPlanes, 1);
     EXPECT_EQ(section.dsBmih.biBitCount, 32);
@@ -434,13 +435,13 @@ TEST_F(MenuIcons, TheOldWayDrawsTheIconOnWhiteForBothStates) {
     ASSERT_EQ(menu_set_item_icon_legacy(nullptr, IDI_HAND, menu_.get(), 11, &bitmap), 0);
     const OwnedBitmap owned(bitmap);
     MENUITEMINFOW info = {};
-    info.cbSize = sizeof info;
+    info.cbSize = sizeof(info);
     info.fMask = MIIM_CHECKMARKS;
     ASSERT_TRUE(GetMenuItemInfoW(menu_.get(), 11, FALSE, &info));
     EXPECT_EQ(info.hbmpChecked, bitmap);
     EXPECT_EQ(info.hbmpUnchecked, bitmap);
     BITMAP size = {};
-    GetObjectW(bitmap, sizeof size, &size);
+    GetObjectW(bitmap, sizeof(size), &size);
     const DWORD dimensions = static_cast<DWORD>(GetMenuCheckMarkDimensions());
     EXPECT_EQ(size.bmWidth, LOWORD(dimensions));
     EXPECT_EQ(size.bmHeight, HIWORD(dimensions));
@@ -517,7 +518,7 @@ TEST_F(MenuIcons, ASystemWithoutThemesIsNotThemed) {
 TEST_F(MenuIcons, AThemedMenuShowsItsIconsAndDeletesThemAfterwards) {
     ASSERT_TRUE(menu_is_themed()) << "this test needs a themed system";
     MENUINFO style = {};
-    style.cbSize = sizeof style;
+    style.cbSize = sizeof(style);
     style.fMask = MIM_STYLE;
     style.dwStyle = MNS_NOCHECK | MNS_AUTODISMISS;
     SetMenuInfo(menu_.get(), &style);
@@ -625,7 +626,7 @@ TEST_F(MenuIcons, AForcedMenuWithoutThemesHasIconsInTheOldWay) {
                      for (const MenuIconItem& item : items_)
                          shown.push_back(item.bitmap);
                      MENUINFO style = {};
-                     style.cbSize = sizeof style;
+                     style.cbSize = sizeof(style);
                      style.fMask = MIM_STYLE;
                      GetMenuInfo(menu, &style);
                      EXPECT_EQ(style.dwStyle & MNS_CHECKORBMP, 0u);
@@ -689,16 +690,35 @@ TEST(Theme, MissingFunctionsAreReported) {
     ResetThemeLookups();
 }
 
+// Another library of that name may be loaded already, in a version without the loader.
+TEST(Theme, TheSmallIconLoaderIsThatOfTheControlsThatTheContextBinds) {
+    IsolationAwareCleanup();
+    const HMODULE bound = LoadLibraryW(L"version.dll");
+    REPLACE_CALL(load, LoadLibraryW, [&](LPCWSTR name) {
+        return wcscmp(name, L"Comctl32.dll") == 0 ? bound : LoadLibraryW(name);
+    });
+    std::vector<HMODULE> asked;
+    REPLACE_CALL(lookup, GetProcAddress, [&](HMODULE module, LPCSTR name) {
+        if (HIWORD(name) == 0 || strcmp(name, "LoadIconMetric") != 0) return GetProcAddress(module, name);
+        asked.push_back(module);
+        return AsFarProc(NoIcon);
+    });
+    HICON icon = nullptr;
+    EXPECT_EQ(ThemeLoadSmallIcon(nullptr, IDI_HAND, &icon), static_cast<HRESULT>(0x80070715));
+    EXPECT_EQ(asked, std::vector<HMODULE>{bound});
+    IsolationAwareCleanup();
+}
+
 TEST(Theme, TheSmallIconHasTheSmallSize) {
     HICON icon = nullptr;
     ASSERT_EQ(ThemeLoadSmallIcon(nullptr, IDI_HAND, &icon), S_OK);
     const OwnedIcon owned(icon);
     ICONINFO info = {};
     ASSERT_TRUE(GetIconInfo(icon, &info));
-    const OwnedBitmap colour(info.hbmColor);
+    const OwnedBitmap color(info.hbmColor);
     const OwnedBitmap mask(info.hbmMask);
     BITMAP size = {};
-    GetObjectW(info.hbmMask, sizeof size, &size);
+    GetObjectW(info.hbmMask, sizeof(size), &size);
     EXPECT_EQ(size.bmWidth, GetSystemMetrics(SM_CXSMICON));
 }
 

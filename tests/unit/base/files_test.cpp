@@ -37,6 +37,13 @@ class FilesTest : public testing::Test {
     const std::wstring missing_ = L"C:\\no such folder\\no such file";
 };
 
+TEST_F(FilesTest, OnlyAFileThatIsThereIsOne) {
+    EXPECT_TRUE(IsFile(path_.c_str()));
+    EXPECT_FALSE(IsFile(missing_.c_str()));
+    EXPECT_FALSE(IsFile(SystemDirectory().c_str()));
+    EXPECT_FALSE(IsFile(L""));
+}
+
 TEST_F(FilesTest, MakeTempFileNameMakesAnEmptyFileWithThePrefix) {
     wchar_t folder[MAX_PATH];
     GetTempPathW(MAX_PATH, folder);
@@ -233,8 +240,11 @@ TEST_F(FilesTest, ANullHandleANegativeOffsetAndAFailedTransferGiveMinusOne) {
 TEST_F(FilesTest, CloseFileClosesOnce) {
     const LeakGuard guard;
     EXPECT_TRUE(CloseFile(OpenFileRw(path_.c_str(), false)));
+    REPLACE_CALL(close, CloseHandle, [](HANDLE) { return TRUE; });
+    REPLACE_CALL(size, GetFileSizeEx, [](HANDLE, LARGE_INTEGER*) { return TRUE; });
     EXPECT_FALSE(CloseFile(KernelHandle()));
     EXPECT_EQ(GetFileSizeOf(nullptr), -1);
+    EXPECT_EQ(close.calls() + size.calls(), 0) << "the platform gets no empty handle";
 }
 
 }  // namespace

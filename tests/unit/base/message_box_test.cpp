@@ -45,6 +45,14 @@ TEST_F(MessageBoxCall, ANullTitleIsTheGeneralOne) {
     EXPECT_EQ(title, L"TAVIX Message");
 }
 
+TEST_F(MessageBoxCall, AnErrorBoxHasTitleAndIconOfAnError) {
+    ErrorBox(owner, L"%s=%d", L"x", 5);
+    EXPECT_EQ(title, L"TAVIX Message");
+    EXPECT_EQ(text, L"x=5");
+    EXPECT_EQ(style, 0x10u);
+    EXPECT_EQ(ownerGiven, owner);
+}
+
 TEST_F(MessageBoxCall, EachKindHasItsIcon) {
     const struct {
         int32_t kind;

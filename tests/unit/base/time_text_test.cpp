@@ -15,7 +15,7 @@ constexpr int64_t kFiletimeOf1970 = 116444736000000000;
 
 SYSTEMTIME MakeTime(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
                     int msec = 0) {
-    SYSTEMTIME time{};
+    SYSTEMTIME time = {};
     time.wYear = static_cast<WORD>(year);
     time.wMonth = static_cast<WORD>(month);
     time.wDay = static_cast<WORD>(day);
@@ -27,7 +27,7 @@ SYSTEMTIME MakeTime(int year, int month, int day, int hour = 0, int minute = 0, 
 }
 
 int64_t UemsOf(const SYSTEMTIME& time) {
-    FILETIME filetime{};
+    FILETIME filetime = {};
     SystemTimeToFileTime(&time, &filetime);
     const int64_t units = std::bit_cast<int64_t>(filetime);
     return time_filetime_to_uems(&units);
@@ -35,7 +35,7 @@ int64_t UemsOf(const SYSTEMTIME& time) {
 
 int32_t YearDayOf(int year, int month, int day) {
     const SYSTEMTIME time = MakeTime(year, month, day);
-    TimeTm tm{};
+    TimeTm tm = {};
     time_tm_from_systemtime(&time, &tm, nullptr);
     return tm.yearDay;
 }
@@ -196,7 +196,7 @@ TEST(TimeTmTest, AMonthOutsideTheCalendarHasNoYearDay) {
 }
 
 TEST(UnixToTmTest, ConvertsToUtc) {
-    TimeTm tm{};
+    TimeTm tm = {};
     EXPECT_NE(time_unix_to_tm_utc(1709629622, &tm), 0);
     EXPECT_EQ(tm.year, 124);
     EXPECT_EQ(tm.month, 2);
@@ -209,7 +209,7 @@ TEST(UnixToTmTest, ConvertsToUtc) {
 }
 
 TEST(UnixToTmTest, ConvertsTimesBefore1970) {
-    TimeTm tm{};
+    TimeTm tm = {};
     EXPECT_NE(time_unix_to_tm_utc(-1, &tm), 0);
     EXPECT_EQ(tm.year, 69);
     EXPECT_EQ(tm.yearDay, 364);
@@ -225,7 +225,7 @@ int32_t LocalTmThreeHoursEast(int64_t seconds, TimeTm* tm) {
 }
 
 TEST(UnixToTmTest, LocalIsWhatTheSystemMakesOfIt) {
-    TimeTm tm{};
+    TimeTm tm = {};
     EXPECT_NE(LocalTmThreeHoursEast(1709629622, &tm), 0);
     EXPECT_EQ(tm.day, 5);
     EXPECT_EQ(tm.hour, 12);
@@ -233,7 +233,7 @@ TEST(UnixToTmTest, LocalIsWhatTheSystemMakesOfIt) {
 }
 
 TEST(UnixToTmTest, LocalTimeDoesNotLiftATimeBefore1601) {
-    TimeTm tm{};
+    TimeTm tm = {};
     EXPECT_EQ(LocalTmThreeHoursEast(-11644473601, &tm), 0);
     EXPECT_EQ(tm.day, 0);
     EXPECT_NE(LocalTmThreeHoursEast(-11644473600, &tm), 0);
@@ -243,10 +243,10 @@ TEST(UnixToTmTest, LocalTimeDoesNotLiftATimeBefore1601) {
 
 TEST(UnixToTmTest, UtcAsksNoTimeZone) {
     REPLACE_CALL(toLocal, FileTimeToLocalFileTime, [](const FILETIME*, FILETIME*) -> BOOL { return FALSE; });
-    TimeTm tm{};
+    TimeTm tm = {};
     EXPECT_NE(time_unix_to_tm_utc(1709629622, &tm), 0);
     EXPECT_EQ(tm.hour, 9);
-    TimeTm untouched{};
+    TimeTm untouched = {};
     EXPECT_EQ(time_unix_to_tm_local(1709629622, &untouched), 0);
     EXPECT_EQ(untouched.day, 0);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "base/bounded_text.h"
 #include "base/win32_handle.h"
@@ -115,6 +116,8 @@ BOOL FakeVbus::OnDestroySet(HDEVINFO set) {
 
 HANDLE FakeVbus::OnCreateFile(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
                               DWORD disposition, DWORD flags, HANDLE pattern) {
+    const bool isFile = std::wstring_view(name).starts_with(L"C:\\");
+    if (isFile) return CreateFileW(name, access, share, security, disposition, flags, pattern);
     EXPECT_EQ(share, DWORD{FILE_SHARE_READ | FILE_SHARE_WRITE});
     EXPECT_EQ(security, nullptr);
     EXPECT_EQ(disposition, DWORD{OPEN_EXISTING});
@@ -142,15 +145,17 @@ BOOL FakeVbus::OnIoctl(HANDLE, DWORD code, void* input, DWORD inputBytes, void* 
     const FakeReply reply =
         found != replies.end() ? found->second : FakeReply::Failure(ERROR_INVALID_FUNCTION);
     const size_t fitting = std::min<size_t>(reply.bytes.size(), outputBytes);
-    if (fitting != 0) std::memcpy(output, reply.bytes.data(), fitting);
     *bytesReturned = reply.claimedBytes.value_or(static_cast<DWORD>(fitting));
+    // Of a buffered request only the bytes that the driver claims arrive.
+    const size_t arriving = std::min<size_t>(fitting, *bytesReturned);
+    if (arriving != 0) std::memcpy(output, reply.bytes.data(), arriving);
     return reply.error == ERROR_SUCCESS ? TRUE : Fail(reply.error);
 }
 
 BOOL FakeVbus::OnGetInstanceId(HDEVINFO set, SP_DEVINFO_DATA* device, wchar_t* id, DWORD idChars) {
     EXPECT_EQ(set, kDeviceSet);
     EXPECT_EQ(device, &device_);
-    EXPECT_EQ(idChars, 1000u);
+    EXPECT_TRUE(idChars == 1000u || idChars == 260u) << idChars;  // the latter for a log's path
     if (instanceIdError != ERROR_SUCCESS) return Fail(instanceIdError);
     if (instanceId.size() >= idChars) return Fail(ERROR_INSUFFICIENT_BUFFER);
     CopyBounded(id, idChars, instanceId);

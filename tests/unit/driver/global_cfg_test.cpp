@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "driver/flowpath_percent.h"
 #include "tests/unit/driver/fake_vbus.h"
 
 namespace {
@@ -88,14 +87,6 @@ TEST(VirtualMachineSetting, SwitchedOffClearsBothFields) {
     global.clearInputDelayMinimumMs = 5000;
     SetVirtualMachineSetting(global, false);
     EXPECT_EQ(BytesOfRecord(global), BytesOfRecord(kPresent));
-}
-
-TEST(FlowpathPercent, IsUnsignedAndWrapsAround) {
-    EXPECT_EQ(FlowpathBufferPercent(50, 200), 25u);
-    EXPECT_EQ(FlowpathBufferPercent(2, 3), 66u);
-    EXPECT_EQ(FlowpathBufferPercent(5, 0), 0u);
-    EXPECT_EQ(FlowpathBufferPercent(42949672, 1), 4294967200u);
-    EXPECT_EQ(FlowpathBufferPercent(42949673, 1), 4u) << "wrapped";
 }
 
 }  // namespace

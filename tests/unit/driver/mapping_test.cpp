@@ -8,6 +8,7 @@
 
 #include "driver/vbus.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/heap_texts.h"
 #include "tests/unit/driver/fake_vbus.h"
 
 namespace {
@@ -104,14 +105,18 @@ TEST_F(VcomOfUsbd, APortNameWithoutATerminatorEndsWithItsField) {
 TEST_F(VcomOfUsbd, AFailedRequestIsABadParameter) {
     wchar_t huid[16] = L"";
     wchar_t port[16] = L"kept";
-    for (const DWORD claimed : {0u, 551u, 553u}) {
-        fake_.replies[IOCTL_TAVIX_GetVcomCfg].claimedBytes = claimed;
-        EXPECT_EQ(Query(nullptr, 0, port, 16), UfAppErr_BadParam);
-    }
     fake_.replies[IOCTL_TAVIX_GetVcomCfg] = FakeReply::Failure(ERROR_DEVICE_NOT_CONNECTED);
     EXPECT_EQ(Query(huid, 16, port, 16), UfAppErr_BadParam);
     EXPECT_STREQ(huid, L"1&2") << "the Huid is known before the request";
     EXPECT_STREQ(port, L"kept");
+}
+
+TEST_F(VcomOfUsbd, AReplyWithoutThePortTableIsEnough) {
+    fake_.replies[IOCTL_TAVIX_GetVcomCfg] = FakeReply::Of(ReplyWithPort(L"COM7"));
+    fake_.replies[IOCTL_TAVIX_GetVcomCfg].claimedBytes = 40;
+    wchar_t port[16] = L"";
+    EXPECT_EQ(Query(nullptr, 0, port, 16), UfAppErr_Success);
+    EXPECT_STREQ(port, L"COM7");
 }
 
 TEST_F(VcomOfUsbd, TheReplysOwnResultIsReturned) {
@@ -130,12 +135,12 @@ class UsbdOfVcom : public testing::Test {
 
     UsbdInfo_st info_ = {.online = 1, .usbdInstancePath = L"USB\\VID_1234&PID_5678\\SN01"};
     FakeVbus fake_;
-    std::wstring path_ = L"kept";
+    HeapText path_ = HeapTextOf(L"kept");
 };
 
 TEST_F(UsbdOfVcom, IsReadFromTheInformationRecord) {
     EXPECT_EQ(Query(), UfAppErr_Success);
-    EXPECT_EQ(path_, L"USB\\VID_1234&PID_5678\\SN01");
+    EXPECT_EQ(path_.view(), L"USB\\VID_1234&PID_5678\\SN01");
     EXPECT_EQ(fake_.requests.at(0).input, BytesOfRecord(DeviceNameFromText(L"Qrv_vcom\\1&2")));
 }
 
@@ -157,14 +162,14 @@ TEST_F(UsbdOfVcom, AFailedRequestOrAnotherLengthIsUnknown) {
     }
     fake_.replies[IOCTL_TAVIX_GetUsbdInfo] = FakeReply::Failure(ERROR_DEVICE_NOT_CONNECTED);
     EXPECT_EQ(Query(), UfAppErr_Unknown);
-    EXPECT_EQ(path_, L"kept");
+    EXPECT_EQ(path_.view(), L"kept");
 }
 
 TEST_F(UsbdOfVcom, AnEmptyPathMeansThatTheUsbDeviceIsOffline) {
     info_.usbdInstancePath[0] = L'\0';
     fake_.replies[IOCTL_TAVIX_GetUsbdInfo] = FakeReply::Of(info_);
     EXPECT_EQ(Query(), UfAppErr_UsbDeviceOffline);
-    EXPECT_EQ(path_, L"kept");
+    EXPECT_EQ(path_.view(), L"kept");
 }
 
 TEST_F(UsbdOfVcom, APathWithoutATerminatorEndsWithItsField) {
@@ -172,7 +177,7 @@ TEST_F(UsbdOfVcom, APathWithoutATerminatorEndsWithItsField) {
     std::fill(std::begin(info_.vcomInstancePath), std::end(info_.vcomInstancePath), L'v');
     fake_.replies[IOCTL_TAVIX_GetUsbdInfo] = FakeReply::Of(info_);
     EXPECT_EQ(Query(), UfAppErr_Success);
-    EXPECT_EQ(path_, std::wstring(128, L'u'));
+    EXPECT_EQ(path_.view(), std::wstring(128, L'u'));
 }
 
 TEST_F(UsbdOfVcom, APathThatCannotBeStoredIsOutOfMemory) {
@@ -182,7 +187,7 @@ TEST_F(UsbdOfVcom, APathThatCannotBeStoredIsOutOfMemory) {
     REPLACE_CALL(allocation, malloc,
                  [&](size_t wanted) { return wanted == pathBytes ? nullptr : malloc(wanted); });
     EXPECT_EQ(Query(), UfAppErr_NoMem);
-    EXPECT_EQ(path_, L"kept");
+    EXPECT_EQ(path_.view(), L"kept");
 }
 
 FakeReply TextReply(const std::wstring& text) {

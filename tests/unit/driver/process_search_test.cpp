@@ -15,6 +15,7 @@
 #include "base/bounded_text.h"
 #include "base/process.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/heap_texts.h"
 #include "tests/support/import_redirect.h"
 
 namespace {
@@ -92,7 +93,9 @@ class FakeProcesses : public testing::Test {
         path = buffer;
         return found;
     }
-    bool Find(std::vector<std::wstring> names) { return FindProcessByNames(names); }
+    bool Find(const std::vector<std::wstring>& names) {
+        return FindProcessByNames(MultiString(BlockOf(names)));
+    }
 
     std::map<DWORD, Process> processes_;
     DWORD major_ = 6;
@@ -190,10 +193,17 @@ TEST_F(ProcessSearch, FindsANameInsideThePath) {
     EXPECT_TRUE(Find({L"vmware.exe"}));
 }
 
-TEST_F(ProcessSearch, AnEmptyNameIsThatOfNoProgram) {
+TEST_F(ProcessSearch, AnEmptyNameEndsTheNames) {
     processes_[7].kernelPath = L"\\Device\\HarddiskVolume3\\b.exe";
     EXPECT_FALSE(Find({L""}));
-    EXPECT_TRUE(Find({L"", L"b.exe"}));
+    EXPECT_FALSE(Find({L"", L"b.exe"}));
+}
+
+TEST_F(ProcessSearch, ANameLongerThanAnyPathIsThatOfNoProgram) {
+    processes_[7].kernelPath = L"\\" + std::wstring(258, L'x');
+    EXPECT_TRUE(Find({std::wstring(258, L'x')}));
+    for (const size_t chars : {259, 260, 261, 1000})
+        EXPECT_FALSE(Find({std::wstring(chars, L'x')})) << chars;
 }
 
 TEST_F(ProcessSearch, LooksAtEveryProcessItMayOpen) {

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "driver/error_names.h"
+#include "driver/vbus.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/unit/driver/fake_vbus.h"
 
 namespace {
 
@@ -57,6 +61,29 @@ INSTANTIATE_TEST_SUITE_P(
                     JudgeRow{
                         "ActionsDoNotMatterWhileCounting", 1, 1, 8, 9, 0, 0, {1, 1, 1, 1}, kUsbErrRecovered}),
     [](const auto& row) { return std::string(row.param.name); });
+
+// What the driver finds in the reply buffer when it is asked.
+TEST(QueryUsbErrStat, AnnouncesTheHeaderInARecordOfZeros) {
+    FakeVbus fake;
+    std::vector<BYTE> found;
+    REPLACE_CALL(ioctl, DeviceIoControl,
+                 [&](HANDLE, DWORD code, void*, DWORD, void* output, DWORD outputBytes, auto...) {
+                     EXPECT_EQ(code, DWORD{IOCTL_TAVIX_GetUsbErrStat});
+                     const auto* bytes = static_cast<const BYTE*>(output);
+                     found.assign(bytes, bytes + outputBytes);
+                     SetLastError(ERROR_GEN_FAILURE);
+                     return FALSE;
+                 });
+    std::vector<BYTE> expected(200, 0);
+    expected[8] = 8;
+    UsbErrStat_st record;
+    std::memset(&record, 0xEE, sizeof(record));
+    EXPECT_EQ(QueryUsbErrStat(fake.deviceSet(), fake.device(), record), DWORD{ERROR_GEN_FAILURE});
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(BytesOfRecord(record), expected) << "no counters after a failure";
+    EXPECT_EQ(QueryUsbErrStat(DeviceNameFromText(L"1&2"), record), DWORD{ERROR_GEN_FAILURE});
+    EXPECT_EQ(found, expected);
+}
 
 TEST(JudgeUsbErrStat, CountersThatWrapToZeroStillCount) {
     UsbErrStat_st record = {};

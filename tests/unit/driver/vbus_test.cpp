@@ -304,21 +304,108 @@ TEST(DeviceIoctlEx, RefusesARecordWithoutRoomForTheName) {
     EXPECT_THAT(fake.openings, IsEmpty());
 }
 
-TEST(VbusQuery, TakesARecordOnlyWhenItCameWhole) {
+// Fills a record with bytes that no reply leaves by chance.
+template <typename Record>
+Record FullRecord() {
+    Record record;
+    std::memset(&record, 0x5A, sizeof(record));
+    return record;
+}
+
+TEST(DeviceQuery, SendsTheDevicesNameAndTakesTheRecord) {
     FakeVbus fake;
-    const FileHandle vbus = OpenVbus();
-    LogCfg_st log = {.fileLogging = 99};
-    const LogCfg_st sent = {.fileLogging = 1, .logbufSize = 4096};
-    FakeReply& reply = fake.replies[IOCTL_TAVIX_GetLogCfg];
-    reply = FakeReply::Of(sent);
-    for (const DWORD claimed : {0u, 79u, 81u, 0xFFFFFFFFu}) {
-        reply.claimedBytes = claimed;
-        EXPECT_EQ(VbusQuery(vbus.get(), IOCTL_TAVIX_GetLogCfg, nullptr, 0, log), kWrongReplyLength);
-        EXPECT_EQ(log.fileLogging, 99u);
+    fake.replies[IOCTL_TAVIX_GetFlowpathStat] = FakeReply::Of(FullRecord<FlowpathStat_st>());
+    FlowpathStat_st stat = {};
+    EXPECT_EQ(DeviceQuery(fake.deviceSet(), fake.device(), IOCTL_TAVIX_GetFlowpathStat, stat),
+              DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(BytesOfRecord(stat), BytesOfRecord(FullRecord<FlowpathStat_st>()));
+    ASSERT_EQ(fake.requests.size(), 1u);
+    EXPECT_EQ(fake.requests[0].input, NameBytes(L"Qrv_vcom\\1&2"));
+    EXPECT_EQ(fake.requests[0].outputBytes, 224u);
+    EXPECT_EQ(fake.openings.size(), 1u);
+}
+
+TEST(DeviceQuery, TakesANameInPlaceOfTheDevice) {
+    FakeVbus fake;
+    fake.instanceIdError = ERROR_INVALID_HANDLE;  // the device list is gone
+    fake.replies[IOCTL_TAVIX_GetVcomOpenerPid] = FakeReply::Of(uint32_t{7});
+    uint32_t pid = 0;
+    EXPECT_EQ(DeviceQuery(DeviceNameFromText(L"earlier"), IOCTL_TAVIX_GetVcomOpenerPid, pid),
+              DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(pid, 7u);
+    EXPECT_EQ(fake.requests.at(0).input, NameBytes(L"earlier"));
+}
+
+TEST(DeviceQuery, WithoutANameNothingIsOpened) {
+    FakeVbus fake;
+    uint32_t pid = 99;
+    EXPECT_EQ(DeviceQuery(DeviceName_st{}, IOCTL_TAVIX_GetVcomOpenerPid, pid),
+              DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    fake.instanceId = L"HTREE";
+    EXPECT_EQ(DeviceQuery(fake.deviceSet(), fake.device(), IOCTL_TAVIX_GetVcomOpenerPid, pid),
+              DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    EXPECT_EQ(pid, 99u);
+    EXPECT_EQ(fake.enumerations, 0);
+}
+
+TEST(DeviceQuery, AFailureLeavesTheRecordAlone) {
+    FakeVbus fake;
+    FlowpathStat_st stat = FullRecord<FlowpathStat_st>();
+    fake.replies[IOCTL_TAVIX_GetFlowpathStat] = FakeReply::Failure(ERROR_INVALID_FUNCTION);
+    EXPECT_EQ(DeviceQuery(fake.deviceSet(), fake.device(), IOCTL_TAVIX_GetFlowpathStat, stat),
+              DWORD{ERROR_INVALID_FUNCTION});
+    fake.hasInterface = false;
+    EXPECT_EQ(DeviceQuery(fake.deviceSet(), fake.device(), IOCTL_TAVIX_GetFlowpathStat, stat),
+              DWORD{ERROR_DEVICE_NOT_CONNECTED});
+    EXPECT_EQ(BytesOfRecord(stat), BytesOfRecord(FullRecord<FlowpathStat_st>()));
+}
+
+// What a reply of that many bytes makes of a record that held other bytes before.
+template <typename Record>
+DWORD QueryShort(DWORD bytes, Record& record) {
+    FakeVbus fake;
+    FakeReply reply = FakeReply::Of(FullRecord<Record>());
+    reply.bytes.resize(std::min<size_t>(bytes, sizeof(Record)));
+    reply.claimedBytes = bytes;
+    fake.replies[IOCTL_TAVIX_GetVcomCfg] = reply;
+    std::memset(&record, 0xEE, sizeof(record));
+    return DeviceQuery(DeviceNameFromText(L"1&2"), IOCTL_TAVIX_GetVcomCfg, record);
+}
+
+template <typename Record>
+void ExpectTakenAsFarAsItCame() {
+    for (const DWORD bytes : {DWORD{0}, DWORD{3}, DWORD{sizeof(Record) - 1}, DWORD{sizeof(Record)}}) {
+        Record record;
+        ASSERT_EQ(QueryShort(bytes, record), DWORD{ERROR_SUCCESS}) << bytes;
+        Record expected = {};
+        std::memset(static_cast<void*>(&expected), 0x5A, bytes);
+        EXPECT_EQ(BytesOfRecord(record), BytesOfRecord(expected)) << bytes;
     }
-    reply.claimedBytes = 80;
-    EXPECT_EQ(VbusQuery(vbus.get(), IOCTL_TAVIX_GetLogCfg, nullptr, 0, log), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(BytesOfRecord(log), BytesOfRecord(sent));
+}
+
+TEST(ShortReplies, CountAsFarAsTheyCameAndTheRestIsZero) {
+    ExpectTakenAsFarAsItCame<DriverVersion_st>();
+    ExpectTakenAsFarAsItCame<VcomCfgReply_st>();
+    ExpectTakenAsFarAsItCame<FlowpathStat_st>();
+    ExpectTakenAsFarAsItCame<VcomFdoPdo_st>();
+    ExpectTakenAsFarAsItCame<uint32_t>();
+}
+
+template <typename Record>
+void ExpectTakenWholeOnly() {
+    for (const DWORD bytes : {DWORD{0}, DWORD{sizeof(Record) - 1}, DWORD{sizeof(Record) + 1}, 0xFFFFFFFFul}) {
+        Record record;
+        EXPECT_EQ(QueryShort(bytes, record), kWrongReplyLength) << bytes;
+        EXPECT_EQ(BytesOfRecord(record), std::vector<BYTE>(sizeof(record), 0xEE)) << bytes;
+    }
+    Record record;
+    EXPECT_EQ(QueryShort(sizeof(Record), record), DWORD{ERROR_SUCCESS});
+}
+
+TEST(ShortReplies, DoNotCountForTheUsbInformationAndForSettings) {
+    ExpectTakenWholeOnly<UsbdInfo_st>();
+    ExpectTakenWholeOnly<GlobalCfg_st>();
+    ExpectTakenWholeOnly<LogCfg_st>();
 }
 
 }  // namespace

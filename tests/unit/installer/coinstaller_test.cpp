@@ -14,7 +14,11 @@
 
 #include "driver/vbus.h"
 #include "installer/device_kind.h"
+#include "installer/dif_names.h"
 #include "installer/page_registration.h"
+#include "pages/usbd_page.h"
+#include "pages/vbus_page.h"
+#include "pages/vcom_page.h"
 #include "resources/resource_ids.h"
 #include "tests/support/leak_counters.h"
 #include "tests/unit/installer/fake_element.h"
@@ -243,7 +247,7 @@ TEST_F(CoinstallerTest, EveryOtherCodeIsOnlyTraced) {
 }
 
 // With the module's activation context; the node is looked at afterwards.
-TEST_F(CoinstallerTest, EveryCallInitialisesTheCommonControlsFirst) {
+TEST_F(CoinstallerTest, EveryCallInitializesTheCommonControlsFirst) {
     REPLACE_CALL(activate, ActivateActCtx,
                  [](HANDLE context, ULONG_PTR* cookie) { return ActivateActCtx(context, cookie); });
     int activationsBefore = 0;
@@ -293,7 +297,7 @@ TEST_F(CoinstallerTest, AnInstallationIsTracedWithTheProcessItComesFrom) {
 }
 
 // In every call, though only one line shows it.
-TEST_F(CoinstallerTest, EachCallReadsTheProcessItComesFromAndInitialisesTheControlsFirst) {
+TEST_F(CoinstallerTest, EachCallReadsTheProcessItComesFromAndInitializesTheControlsFirst) {
     Call(DIF_SELECTDEVICE, kKinds[0].instanceId);  // settles what is settled once
     SetTraceLineHook(nullptr);
     for (const DI_FUNCTION code : {DIF_SELECTDEVICE, DIF_INSTALLDEVICE, DIF_REMOVE, DIF_PROPERTYCHANGE}) {
@@ -345,6 +349,37 @@ TEST_F(CoinstallerTest, ARemovalGoesOnWhenTheDriverRefuses) {
     noticeError_ = ERROR_ACCESS_DENIED;
     EXPECT_EQ(Call(DIF_REMOVE, kKinds[1].instanceId), DWORD{NO_ERROR});
     EXPECT_EQ(TakeEvents(), Events{"notice"});
+}
+
+TEST_F(CoinstallerTest, EachPageHasItsOwnDialogProcedure) {
+    const struct {
+        size_t kind;
+        DLGPROC procedure;
+    } rows[] = {{1, UsbdProspageDlgProc}, {2, VcomProspageDlgProc}, {3, VbusProspageDlgProc}};
+    for (const auto& row : rows) {
+        Call(DIF_ADDPROPERTYPAGE_ADVANCED, kKinds[row.kind].instanceId);
+        ASSERT_EQ(pages_.size(), 1u);
+        EXPECT_EQ(pages_[0].pfnDlgProc, row.procedure) << row.kind;
+        ReleasePages();
+        AddPageParams sheet = {};
+        sheet.ClassInstallHeader = {8, DIF_ADDPROPERTYPAGE_ADVANCED};
+        element_.SetClassParams(sheet);
+    }
+}
+
+// The installer runs where nobody may see a window.
+TEST_F(CoinstallerTest, TheBusIsInstalledWithoutAParentWindow) {
+    std::vector<HWND> parents;
+    REPLACE_CALL(list, SetupDiCreateDeviceInfoList, [](const GUID*, HWND) { return HDEVINFO(0x1157); });
+    REPLACE_CALL(destroy, SetupDiDestroyDeviceInfoList, [](HDEVINFO) { return TRUE; });
+    REPLACE_CALL(element, SetupDiCreateDeviceInfoW,
+                 [&](HDEVINFO, const wchar_t*, const GUID*, const wchar_t*, HWND parent, auto...) {
+                     parents.push_back(parent);
+                     return FALSE;
+                 });
+    Call(DIF_INSTALLDEVICE, kKinds[1].instanceId);
+    Call(DIF_ADDPROPERTYPAGE_ADVANCED, kKinds[1].instanceId);
+    EXPECT_EQ(parents, (std::vector<HWND>{nullptr, nullptr}));
 }
 
 TEST_F(CoinstallerTest, ARemovalOfANodeWithoutAReadableIdSendsNothing) {

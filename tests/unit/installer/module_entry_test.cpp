@@ -17,8 +17,7 @@ namespace {
 
 using Steps = std::vector<std::string>;
 
-// A detachment at the end of the process; at any other the language runtime of this very program would be
-// told to give its memory back.
+void* const kUnloaded = nullptr;
 void* const kProcessEnds = reinterpret_cast<void*>(1);
 const auto kLibrary = reinterpret_cast<HMODULE>(0x5550);
 
@@ -34,9 +33,9 @@ class ModuleEntryTest : public testing::Test {
         SetModuleInstance(nullptr);
     }
 
-    BOOL Notify(DWORD reason) {
+    BOOL Notify(DWORD reason, void* reserved = kUnloaded) {
         steps_.clear();
-        return DllMain(GetModuleHandleW(nullptr), reason, kProcessEnds);
+        return DllMain(GetModuleHandleW(nullptr), reason, reserved);
     }
 
     ScratchSystemDirectory system_;
@@ -75,7 +74,7 @@ class ModuleEntryTest : public testing::Test {
                                     }};
 };
 
-TEST_F(ModuleEntryTest, LoadingKeepsTheHandleThenInitialisesTheControlsThenLoadsTheCustomersLibrary) {
+TEST_F(ModuleEntryTest, LoadingKeepsTheHandleThenInitializesTheControlsThenLoadsTheCustomersLibrary) {
     EXPECT_EQ(Notify(DLL_PROCESS_ATTACH), TRUE);
     EXPECT_EQ(ModuleInstance(), GetModuleHandleW(nullptr));
     EXPECT_EQ(steps_, (Steps{"context", "InitCommonControls", "load library"}));
@@ -86,6 +85,13 @@ TEST_F(ModuleEntryTest, UnloadingFreesTheLibraryAndForgetsTheHandle) {
     EXPECT_EQ(Notify(DLL_PROCESS_DETACH), TRUE);
     EXPECT_EQ(steps_, Steps{"free library"});
     EXPECT_EQ(ModuleInstance(), nullptr);
+}
+
+TEST_F(ModuleEntryTest, TheEndOfTheProcessFreesNothing) {
+    Notify(DLL_PROCESS_ATTACH);
+    EXPECT_EQ(Notify(DLL_PROCESS_DETACH, kProcessEnds), TRUE);
+    EXPECT_EQ(steps_, Steps{});
+    EXPECT_EQ(ModuleInstance(), GetModuleHandleW(nullptr));
 }
 
 TEST_F(ModuleEntryTest, AMissingLibraryIsNoReasonNotToLoad) {

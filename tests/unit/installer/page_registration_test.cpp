@@ -52,6 +52,8 @@ class PageRegistrationTest : public testing::Test {
     TraceRecorder trace_;
     bool pageCanBeCreated_ = true;
     int pagesCreated_ = 0;
+    int activeContexts_ = 0;
+    int contextsAtCreation_ = 0;
     BYTE description_[104] = {};
     std::unique_ptr<TavixProspageParam_base> params_ = std::make_unique<CountedParams>();
     TavixProspageParam_base* const object_ = params_.get();
@@ -60,9 +62,18 @@ class PageRegistrationTest : public testing::Test {
     ReplacedCall<CreatePropertySheetPageW> createPage_{
         "CreatePropertySheetPageW", [this](const PROPSHEETPAGEW* description) -> HPROPSHEETPAGE {
             ++pagesCreated_;
+            contextsAtCreation_ = activeContexts_;
             std::memcpy(description_, description, sizeof(description_));
             return pageCanBeCreated_ ? kPage : nullptr;
         }};
+    ReplacedCall<ActivateActCtx> activate_{"ActivateActCtx", [this](HANDLE context, ULONG_PTR* cookie) {
+                                               ++activeContexts_;
+                                               return ActivateActCtx(context, cookie);
+                                           }};
+    ReplacedCall<DeactivateActCtx> deactivate_{"DeactivateActCtx", [this](DWORD flags, ULONG_PTR cookie) {
+                                                   --activeContexts_;
+                                                   return DeactivateActCtx(flags, cookie);
+                                               }};
     ReplacedCall<LoadIconW> loadIcon_{"LoadIconW", [](HINSTANCE instance, const wchar_t* name) {
                                           EXPECT_EQ(instance, ModuleInstance());
                                           EXPECT_EQ(name, MAKEINTRESOURCEW(104));
@@ -89,6 +100,12 @@ TEST_F(PageRegistrationTest, DescribesThePageFieldByField) {
     EXPECT_EQ(page.hActCtx, nullptr);
     for (size_t place = sizeof(page); place < sizeof(description_); ++place)
         EXPECT_EQ(description_[place], 0) << place;
+}
+
+TEST_F(PageRegistrationTest, ThePageIsCreatedInTheModulesActivationContext) {
+    Add();
+    EXPECT_EQ(contextsAtCreation_, 1);
+    EXPECT_EQ(activeContexts_, 0);
 }
 
 TEST_F(PageRegistrationTest, TheObjectRemembersTheCall) {

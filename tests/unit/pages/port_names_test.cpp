@@ -8,6 +8,20 @@
 
 namespace {
 
+TEST(PortLegend, ExplainsEveryMark) {
+    EXPECT_STREQ(kPortLegend,
+                 L"VCOM PortName legend help:\r\n\r\n"
+                 L"  (#) Currently used by this VCOM itself.\r\n"
+                 L"  (!) Now being occupied by other COM port devices.\r\n"
+                 L"  (+) Another unplugged TAVIX device is assigned this portname.\r\n"
+                 L"  (-) Other provider's device is assigned this portname, marked by ComDB.\r\n\r\n"
+                 L"How to release unused(but unplugged) COM ports?\r\n"
+                 L"Step 1: Set environment variable DEVMGR_SHOW_NONPRESENT_DEVICES=1. (not required on "
+                 L"Win8+)\r\n"
+                 L"Step 2: Open Device Manager, View -> Show hidden devices, find those ghosted device "
+                 L"nodes, Uninstall them.\r\n");
+}
+
 struct ParseRow {
     const char* name;
     const wchar_t* text;
@@ -48,7 +62,7 @@ class PortEntryTest : public testing::TestWithParam<StateRow> {};
 
 TEST_P(PortEntryTest, CarriesTheMark) {
     GuardedBuffer<wchar_t> text(kPortEntryChars);
-    FormatPortEntry(128, GetParam().state, text.data());
+    FormatPortEntry(128, GetParam().state, reinterpret_cast<wchar_t(&)[kPortEntryChars]>(*text.data()));
     EXPECT_STREQ(text.data(), GetParam().entry);
 }
 

@@ -3,8 +3,8 @@
 namespace {
 
 SP_PROPCHANGE_PARAMS DisableParams() {
-    SP_PROPCHANGE_PARAMS params{};
-    params.ClassInstallHeader = {sizeof params.ClassInstallHeader, DIF_PROPERTYCHANGE};
+    SP_PROPCHANGE_PARAMS params = {};
+    params.ClassInstallHeader = {sizeof(params.ClassInstallHeader), DIF_PROPERTYCHANGE};
     params.StateChange = DICS_DISABLE;
     params.Scope = DICS_FLAG_GLOBAL;
     return params;
@@ -23,8 +23,8 @@ class ClassInstallParamsTest : public ScratchDeviceTest {
                                              required);
     }
     DWORD InstallFlags() {
-        SP_DEVINSTALL_PARAMS_W installParams{};
-        installParams.cbSize = sizeof installParams;
+        SP_DEVINSTALL_PARAMS_W installParams = {};
+        installParams.cbSize = sizeof(installParams);
         EXPECT_TRUE(SetupDiGetDeviceInstallParamsW(set.get(), &element, &installParams));
         return installParams.Flags;
     }
@@ -39,19 +39,19 @@ TEST_F(ClassInstallParamsTest, ThereAreNoneAtFirst) {
 
 TEST_F(ClassInstallParamsTest, WhatWasSetIsRead) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof params));
-    SP_PROPCHANGE_PARAMS read{};
-    read.ClassInstallHeader.cbSize = sizeof read.ClassInstallHeader;
+    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof(params)));
+    SP_PROPCHANGE_PARAMS read = {};
+    read.ClassInstallHeader.cbSize = sizeof(read.ClassInstallHeader);
     DWORD required = 0;
-    ASSERT_TRUE(Get(read, sizeof read, &required));
-    EXPECT_EQ(required, sizeof params);
-    EXPECT_EQ(memcmp(&read, &params, sizeof params), 0);
+    ASSERT_TRUE(Get(read, sizeof(read), &required));
+    EXPECT_EQ(required, sizeof(params));
+    EXPECT_EQ(memcmp(&read, &params, sizeof(params)), 0);
 }
 
 TEST_F(ClassInstallParamsTest, TheInstallParametersTellWhetherThereAreSome) {
     EXPECT_EQ(InstallFlags() & DI_CLASSINSTALLPARAMS, 0u);
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof(params)));
     EXPECT_NE(InstallFlags() & DI_CLASSINSTALLPARAMS, 0u);
     ASSERT_TRUE(Set(nullptr, 0));
     EXPECT_EQ(InstallFlags() & DI_CLASSINSTALLPARAMS, 0u);
@@ -59,7 +59,7 @@ TEST_F(ClassInstallParamsTest, TheInstallParametersTellWhetherThereAreSome) {
 
 TEST_F(ClassInstallParamsTest, RemovedOnesAreGone) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof(params)));
     ASSERT_TRUE(Set(nullptr, 0));
     EXPECT_FALSE(Get(params));
     EXPECT_EQ(GetLastError(), ERROR_NO_CLASSINSTALL_PARAMS);
@@ -67,27 +67,28 @@ TEST_F(ClassInstallParamsTest, RemovedOnesAreGone) {
 
 TEST_F(ClassInstallParamsTest, TheSetHasItsOwn) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(SetupDiSetClassInstallParamsW(set.get(), nullptr, &params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(
+        SetupDiSetClassInstallParamsW(set.get(), nullptr, &params.ClassInstallHeader, sizeof(params)));
     EXPECT_FALSE(Get(params));
-    EXPECT_TRUE(SetupDiGetClassInstallParamsW(set.get(), nullptr, &params.ClassInstallHeader, sizeof params,
+    EXPECT_TRUE(SetupDiGetClassInstallParamsW(set.get(), nullptr, &params.ClassInstallHeader, sizeof(params),
                                               nullptr));
 }
 
 TEST_F(ClassInstallParamsTest, TheyEndWithTheSet) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof(params)));
     const HDEVINFO destroyed = set.get();
     set.reset();
     // What is kept goes by the handle's value, which a later set may have again.
-    EXPECT_FALSE(SetupDiGetClassInstallParamsW(destroyed, &element, &params.ClassInstallHeader, sizeof params,
-                                               nullptr));
+    EXPECT_FALSE(SetupDiGetClassInstallParamsW(destroyed, &element, &params.ClassInstallHeader,
+                                               sizeof(params), nullptr));
     EXPECT_EQ(GetLastError(), ERROR_NO_CLASSINSTALL_PARAMS);
 }
 
 TEST_F(ClassInstallParamsTest, AHeaderOfAnotherSizeIsRefused) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    params.ClassInstallHeader.cbSize = sizeof params;
-    EXPECT_FALSE(Set(&params.ClassInstallHeader, sizeof params));
+    params.ClassInstallHeader.cbSize = sizeof(params);
+    EXPECT_FALSE(Set(&params.ClassInstallHeader, sizeof(params)));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_USER_BUFFER);
     EXPECT_FALSE(Get(params));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_USER_BUFFER);
@@ -95,23 +96,23 @@ TEST_F(ClassInstallParamsTest, AHeaderOfAnotherSizeIsRefused) {
 
 TEST_F(ClassInstallParamsTest, ASmallBufferIsToldTheSizeAndLeftAlone) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof params));
-    SP_PROPCHANGE_PARAMS read{};
-    read.ClassInstallHeader.cbSize = sizeof read.ClassInstallHeader;
+    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof(params)));
+    SP_PROPCHANGE_PARAMS read = {};
+    read.ClassInstallHeader.cbSize = sizeof(read.ClassInstallHeader);
     DWORD required = 0;
-    EXPECT_FALSE(Get(read, sizeof read - 1, &required));
+    EXPECT_FALSE(Get(read, sizeof(read) - 1, &required));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(required, sizeof params);
+    EXPECT_EQ(required, sizeof(params));
     EXPECT_EQ(read.StateChange, 0u);
 }
 
 TEST_F(ClassInstallParamsTest, TheSizeCanBeAskedForWithoutABuffer) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof params));
+    ASSERT_TRUE(Set(&params.ClassInstallHeader, sizeof(params)));
     DWORD required = 0;
     EXPECT_FALSE(SetupDiGetClassInstallParamsW(set.get(), &element, nullptr, 0, &required));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(required, sizeof params);
+    EXPECT_EQ(required, sizeof(params));
 }
 
 struct TooSmallRow {
@@ -128,7 +129,7 @@ class TooSmallParamsTest : public ClassInstallParamsTest, public testing::WithPa
 TEST_P(TooSmallParamsTest, AreRefused) {
     BYTE params[256] = {};
     auto* header = reinterpret_cast<SP_CLASSINSTALL_HEADER*>(params);
-    *header = {sizeof *header, GetParam().function};
+    *header = {sizeof(*header), GetParam().function};
     EXPECT_FALSE(Set(header, GetParam().bytes - 1));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
     EXPECT_TRUE(Set(header, GetParam().bytes));
@@ -144,10 +145,11 @@ INSTANTIATE_TEST_SUITE_P(EachFunction, TooSmallParamsTest,
 
 TEST_F(ClassInstallParamsTest, NoSetIsRefused) {
     SP_PROPCHANGE_PARAMS params = DisableParams();
-    EXPECT_FALSE(SetupDiSetClassInstallParamsW(nullptr, &element, &params.ClassInstallHeader, sizeof params));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
     EXPECT_FALSE(
-        SetupDiGetClassInstallParamsW(nullptr, &element, &params.ClassInstallHeader, sizeof params, nullptr));
+        SetupDiSetClassInstallParamsW(nullptr, &element, &params.ClassInstallHeader, sizeof(params)));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
+    EXPECT_FALSE(SetupDiGetClassInstallParamsW(nullptr, &element, &params.ClassInstallHeader, sizeof(params),
+                                               nullptr));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_HANDLE));
 }
 

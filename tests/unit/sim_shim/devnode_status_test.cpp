@@ -27,7 +27,7 @@ class DeclaredNode {
 
   private:
     static void SetNumber(const RegistryKey& key, const wchar_t* name, DWORD number) {
-        RegSetValueExW(key.get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
+        RegSetValueExW(key.get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number));
     }
     std::wstring path_;
 };

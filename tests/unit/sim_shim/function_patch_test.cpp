@@ -36,8 +36,8 @@ class MachineCode {
     FunctionAddress address() const { return reinterpret_cast<FunctionAddress>(memory_); }
     int operator()(int number) const { return reinterpret_cast<NumberFunction*>(memory_)(number); }
     DWORD Protection() const {
-        MEMORY_BASIC_INFORMATION information{};
-        VirtualQuery(memory_, &information, sizeof information);
+        MEMORY_BASIC_INFORMATION information = {};
+        VirtualQuery(memory_, &information, sizeof(information));
         return information.Protect;
     }
 

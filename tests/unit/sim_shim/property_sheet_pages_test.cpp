@@ -11,15 +11,15 @@ namespace {
 class PropertySheetPagesTest : public ScratchDeviceTest {
   protected:
     PropertySheetPagesTest() {
-        header.dwSize = sizeof header;
+        header.dwSize = sizeof(header);
         header.phpage = pages.data();
     }
     BOOL Collect(DWORD type = DIGCDP_FLAG_ADVANCED, DWORD capacity = 4) {
         SetLastError(0);
         return SetupDiGetClassDevPropertySheetsW(set.get(), &element, &header, capacity, &required, type);
     }
-    std::array<HPROPSHEETPAGE, 4> pages{};
-    PROPSHEETHEADERW header{};
+    std::array<HPROPSHEETPAGE, 4> pages = {};
+    PROPSHEETHEADERW header = {};
     DWORD required = 12345;
 };
 
@@ -32,10 +32,10 @@ TEST_F(PropertySheetPagesTest, ADeviceWithoutInstallersAddsNone) {
 
 TEST_F(PropertySheetPagesTest, NoParametersStayBehind) {
     ASSERT_TRUE(Collect());
-    SP_ADDPROPERTYPAGE_DATA params{};
-    params.ClassInstallHeader.cbSize = sizeof params.ClassInstallHeader;
-    EXPECT_FALSE(SetupDiGetClassInstallParamsW(set.get(), &element, &params.ClassInstallHeader, sizeof params,
-                                               nullptr));
+    SP_ADDPROPERTYPAGE_DATA params = {};
+    params.ClassInstallHeader.cbSize = sizeof(params.ClassInstallHeader);
+    EXPECT_FALSE(SetupDiGetClassInstallParamsW(set.get(), &element, &params.ClassInstallHeader,
+                                               sizeof(params), nullptr));
     EXPECT_EQ(GetLastError(), ERROR_NO_CLASSINSTALL_PARAMS);
 }
 

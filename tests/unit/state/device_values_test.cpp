@@ -6,6 +6,7 @@
 
 #include "base/win32_handle.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/heap_texts.h"
 #include "tests/support/import_redirect.h"
 #include "tests/unit/state/scratch_key.h"
 
@@ -57,7 +58,7 @@ TEST_F(DeviceValues, ReadsARecord) {
     RegValue value;
     EXPECT_EQ(ReadDevRegValue(kSet, &device_, DIREG_DEV, L"m", value), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(value.type, DWORD{REG_MULTI_SZ});
-    EXPECT_EQ(value.list.size(), 2u);
+    EXPECT_EQ(ItemsOf(value.list).size(), 2u);
 }
 
 TEST_F(DeviceValues, ReadsA64BitNumber) {

@@ -3,9 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "state/registry.h"
+#include "tests/support/heap_texts.h"
 #include "tests/unit/state/scratch_key.h"
 
 namespace {
@@ -30,6 +33,12 @@ class DriverParams : public testing::Test {
     void Store(const wchar_t* name, DWORD type, const void* data, DWORD dataBytes) {
         ASSERT_EQ(RegSetValueExW(key_.get(), name, 0, type, static_cast<const BYTE*>(data), dataBytes),
                   ERROR_SUCCESS);
+    }
+
+    static std::optional<std::vector<std::wstring>> ReadList(const wchar_t* name) {
+        HeapText list;
+        if (!ReadParamStringList(name, list)) return std::nullopt;
+        return ItemsOf(list);
     }
 
     ScratchKey machine_;
@@ -69,7 +78,26 @@ TEST_F(DriverParams, WritesANumber) {
     EXPECT_EQ(ReadParamDword(L"ClearInputDelayMillisecMinimum", 0), 300u);
 }
 
+TEST_F(DriverParams, WritesALongNumberAndAText) {
+    MakeKey();
+    EXPECT_EQ(WriteParamQword(kParamExportUnixEpoch, 0x123456789), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(WriteParamText(kParamExportVersion, L"TAVIX 1.7.11"), DWORD{ERROR_SUCCESS});
+    uint64_t number = 0;
+    DWORD bytes = sizeof(number);
+    EXPECT_EQ(
+        RegGetValueW(key_.get(), nullptr, L"ExportUnixEpoch", RRF_RT_REG_QWORD, nullptr, &number, &bytes),
+        ERROR_SUCCESS);
+    EXPECT_EQ(number, 0x123456789u);
+    wchar_t text[32] = L"";
+    bytes = sizeof(text);
+    EXPECT_EQ(RegGetValueW(key_.get(), nullptr, L"ExportVersion", RRF_RT_REG_SZ, nullptr, text, &bytes),
+              ERROR_SUCCESS);
+    EXPECT_STREQ(text, L"TAVIX 1.7.11");
+}
+
 TEST_F(DriverParams, WritingWithoutTheKeyFailsAndCreatesNothing) {
+    EXPECT_EQ(WriteParamQword(kParamExportUnixEpoch, 1), DWORD{ERROR_PATH_NOT_FOUND});
+    EXPECT_EQ(WriteParamText(kParamExportVersion, L""), DWORD{ERROR_PATH_NOT_FOUND});
     EXPECT_EQ(WriteParamDword(kParamVmDetectDone, 1), DWORD{ERROR_PATH_NOT_FOUND});
     RegistryKey key;
     EXPECT_NE(RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM", 0, KEY_READ, key.put()), ERROR_SUCCESS);
@@ -78,22 +106,21 @@ TEST_F(DriverParams, WritingWithoutTheKeyFailsAndCreatesNothing) {
 TEST_F(DriverParams, ReadsAList) {
     MakeKey();
     Store(L"ListVMwareProcessNames", REG_MULTI_SZ, L"vmtoolsd.exe\0vmware.exe\0", 50);
-    EXPECT_THAT(ReadParamStringList(kParamVmwareProcesses),
-                Optional(ElementsAre(L"vmtoolsd.exe", L"vmware.exe")));
+    EXPECT_THAT(ReadList(kParamVmwareProcesses), Optional(ElementsAre(L"vmtoolsd.exe", L"vmware.exe")));
 }
 
 TEST_F(DriverParams, AnEmptyListIsAList) {
     MakeKey();
     Store(L"ListVMwareProcessNames", REG_MULTI_SZ, L"", 2);
-    EXPECT_THAT(ReadParamStringList(kParamVmwareProcesses), Optional(IsEmpty()));
+    EXPECT_THAT(ReadList(kParamVmwareProcesses), Optional(IsEmpty()));
 }
 
 TEST_F(DriverParams, AMissingListOrOneOfAnotherTypeIsNone) {
-    EXPECT_EQ(ReadParamStringList(kParamVirtualboxProcesses), std::nullopt);
+    EXPECT_EQ(ReadList(kParamVirtualboxProcesses), std::nullopt);
     MakeKey();
-    EXPECT_EQ(ReadParamStringList(kParamVirtualboxProcesses), std::nullopt);
+    EXPECT_EQ(ReadList(kParamVirtualboxProcesses), std::nullopt);
     Store(L"ListVirtualboxProcessNames", REG_SZ, L"VBoxService.exe", 32);
-    EXPECT_EQ(ReadParamStringList(kParamVirtualboxProcesses), std::nullopt);
+    EXPECT_EQ(ReadList(kParamVirtualboxProcesses), std::nullopt);
 }
 
 TEST(DriverParamNames, AreSpelledAsTheDriverReadsThem) {

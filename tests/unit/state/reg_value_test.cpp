@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/reg_values.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ using testing::IsEmpty;
 bool DecodeGuarded(DWORD type, std::string_view data, RegValue& value) {
     GuardedBuffer<BYTE> guarded(data.size());
     std::memcpy(guarded.data(), data.data(), data.size());
-    return DecodeRegValue(type, guarded.data(), data.size(), value);
+    return DecodeRegValue(type, guarded.data(), data.size(), value) == ERROR_SUCCESS;
 }
 
 std::string_view BytesOf(std::wstring_view text) {
@@ -38,7 +39,7 @@ TEST_P(RegValueText, ReadsUpToTheFirstTerminatorOrTheEndOfTheData) {
         RegValue value;
         ASSERT_TRUE(DecodeGuarded(type, BytesOf(GetParam().stored), value));
         EXPECT_EQ(value.type, type);
-        EXPECT_EQ(value.text, GetParam().expected);
+        EXPECT_EQ(value.text.view(), GetParam().expected);
     }
 }
 
@@ -63,7 +64,7 @@ TEST_P(RegValueList, ReadsUpToTheFirstEmptyItemOrTheEndOfTheData) {
     RegValue value;
     ASSERT_TRUE(DecodeGuarded(REG_MULTI_SZ, BytesOf(GetParam().stored), value));
     EXPECT_EQ(value.type, DWORD{REG_MULTI_SZ});
-    EXPECT_EQ(value.list, GetParam().expected);
+    EXPECT_EQ(ItemsOf(value.list), GetParam().expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -79,15 +80,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(RegValueDecode, IgnoresAnOddLastByteOfAText) {
     RegValue value;
     ASSERT_TRUE(DecodeGuarded(REG_SZ, "a\0b\0x"sv, value));
-    EXPECT_EQ(value.text, L"ab");
+    EXPECT_EQ(value.text.view(), L"ab");
     ASSERT_TRUE(DecodeGuarded(REG_SZ, "x"sv, value));
-    EXPECT_EQ(value.text, L"");
+    EXPECT_EQ(value.text.view(), L"");
 }
 
 TEST(RegValueDecode, IgnoresAnOddLastByteOfAList) {
     RegValue value;
     ASSERT_TRUE(DecodeGuarded(REG_MULTI_SZ, "a\0\0\0b\0c"sv, value));
-    EXPECT_THAT(value.list, ElementsAre(L"a", L"b"));
+    EXPECT_THAT(ItemsOf(value.list), ElementsAre(L"a", L"b"));
 }
 
 TEST(RegValueDecode, ReadsNumbersOfTheRightSize) {
@@ -105,10 +106,10 @@ TEST(RegValueDecode, RefusesNumbersOfAnotherSizeAndKeepsTheRecord) {
     for (size_t bytes = 0; bytes <= nineBytes.size(); ++bytes) {
         for (const DWORD type : {REG_DWORD, REG_QWORD}) {
             if (bytes == (type == REG_DWORD ? 4 : 8)) continue;
-            RegValue value = RegValue::String(L"kept");
+            RegValue value = StringValue(L"kept");
             EXPECT_FALSE(DecodeGuarded(type, nineBytes.substr(0, bytes), value)) << type << " of " << bytes;
             EXPECT_EQ(value.type, DWORD{REG_SZ});
-            EXPECT_EQ(value.text, L"kept");
+            EXPECT_EQ(value.text.view(), L"kept");
         }
     }
 }
@@ -118,19 +119,19 @@ TEST(RegValueDecode, KeepsTheBytesOfBinaryAndOfEveryOtherType) {
         RegValue value;
         ASSERT_TRUE(DecodeGuarded(type, "\0\1\2"sv, value));
         EXPECT_EQ(value.type, type);
-        EXPECT_THAT(value.bytes, ElementsAre(0, 1, 2));
+        EXPECT_THAT(BytesOfValue(value), ElementsAre(0, 1, 2));
     }
     RegValue value;
     ASSERT_TRUE(DecodeGuarded(REG_BINARY, ""sv, value));
-    EXPECT_THAT(value.bytes, IsEmpty());
+    EXPECT_THAT(BytesOfValue(value), IsEmpty());
 }
 
 TEST(RegValueDecode, ForgetsWhatTheRecordHeldBefore) {
-    RegValue value = RegValue::String(L"old");
-    value.list = {L"old"};
+    RegValue value = StringValue(L"old");
+    value.list = HeapTextOf(L"old");
     ASSERT_TRUE(DecodeGuarded(REG_DWORD, "\1\0\0\0"sv, value));
-    EXPECT_EQ(value.text, L"");
-    EXPECT_THAT(value.list, IsEmpty());
+    EXPECT_EQ(value.text.view(), L"");
+    EXPECT_TRUE(value.list.empty());
 }
 
 std::string Encoded(const RegValue& value, DWORD expectedType) {
@@ -146,12 +147,12 @@ TEST(RegValueEncode, StoresNumbersInTheirOwnSize) {
 }
 
 TEST(RegValueEncode, StoresATextWithItsTerminator) {
-    EXPECT_EQ(Encoded(RegValue::String(L"ab"), REG_SZ), "a\0b\0\0\0"sv);
-    EXPECT_EQ(Encoded(RegValue::String(L""), REG_SZ), "\0\0"sv);
+    EXPECT_EQ(Encoded(StringValue(L"ab"), REG_SZ), "a\0b\0\0\0"sv);
+    EXPECT_EQ(Encoded(StringValue(L""), REG_SZ), "\0\0"sv);
 }
 
 TEST(RegValueEncode, StoresAnExpandableTextAsAPlainOne) {
-    RegValue value = RegValue::String(L"%x%");
+    RegValue value = StringValue(L"%x%");
     value.type = REG_EXPAND_SZ;
     EXPECT_EQ(Encoded(value, REG_SZ), "%\0x\0%\0\0\0"sv);
 }
@@ -160,18 +161,13 @@ TEST(RegValueEncode, StoresBytesAsTheyAre) {
     RegValue value;
     value.type = REG_BINARY;
     EXPECT_EQ(Encoded(value, REG_BINARY), ""sv);
-    value.bytes = {0, 1, 255};
-    EXPECT_EQ(Encoded(value, REG_BINARY), "\0\1\xFF"sv);
+    EXPECT_EQ(Encoded(BytesValue({0, 1, 255}), REG_BINARY), "\0\1\xFF"sv);
 }
 
 TEST(RegValueEncode, StoresAListWithOneTerminatorMore) {
-    RegValue value;
-    value.type = REG_MULTI_SZ;
-    EXPECT_EQ(Encoded(value, REG_MULTI_SZ), "\0\0"sv);
-    value.list = {L"a", L"bc"};
-    EXPECT_EQ(Encoded(value, REG_MULTI_SZ), "a\0\0\0b\0c\0\0\0\0\0"sv);
-    value.list = {L"a", L"", L"b"};
-    EXPECT_EQ(Encoded(value, REG_MULTI_SZ), "a\0\0\0\0\0b\0\0\0\0\0"sv);
+    EXPECT_EQ(Encoded(ListValue({}), REG_MULTI_SZ), "\0\0"sv);
+    EXPECT_EQ(Encoded(ListValue({L"a", L"bc"}), REG_MULTI_SZ), "a\0\0\0b\0c\0\0\0\0\0"sv);
+    EXPECT_EQ(Encoded(ListValue({L"a", L"", L"b"}), REG_MULTI_SZ), "a\0\0\0\0\0b\0\0\0\0\0"sv);
 }
 
 TEST(RegValueEncode, RefusesEveryOtherType) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/support/import_redirect.h"
+#include "tests/support/reg_values.h"
 #include "tests/unit/state/scratch_key.h"
 
 namespace {
@@ -37,15 +38,9 @@ class Registry : public testing::Test {
 TEST_F(Registry, ReadsBackWhatItWroteOfEveryType) {
     ASSERT_EQ(Write(L"d", RegValue::Dword(7)), DWORD{ERROR_SUCCESS});
     ASSERT_EQ(Write(L"q", RegValue::Qword(1ull << 40)), DWORD{ERROR_SUCCESS});
-    ASSERT_EQ(Write(L"s", RegValue::String(L"text")), DWORD{ERROR_SUCCESS});
-    RegValue list;
-    list.type = REG_MULTI_SZ;
-    list.list = {L"a", L"b"};
-    ASSERT_EQ(Write(L"m", list), DWORD{ERROR_SUCCESS});
-    RegValue bytes;
-    bytes.type = REG_BINARY;
-    bytes.bytes = {1, 0, 2};
-    ASSERT_EQ(Write(L"b", bytes), DWORD{ERROR_SUCCESS});
+    ASSERT_EQ(Write(L"s", StringValue(L"text")), DWORD{ERROR_SUCCESS});
+    ASSERT_EQ(Write(L"m", ListValue({L"a", L"b"})), DWORD{ERROR_SUCCESS});
+    ASSERT_EQ(Write(L"b", BytesValue({1, 0, 2})), DWORD{ERROR_SUCCESS});
 
     RegValue value;
     ASSERT_EQ(Read(L"d", value), DWORD{ERROR_SUCCESS});
@@ -56,22 +51,22 @@ TEST_F(Registry, ReadsBackWhatItWroteOfEveryType) {
     EXPECT_EQ(value.number64, 1ull << 40);
     ASSERT_EQ(Read(L"s", value), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(value.type, DWORD{REG_SZ});
-    EXPECT_EQ(value.text, L"text");
+    EXPECT_EQ(value.text.view(), L"text");
     ASSERT_EQ(Read(L"m", value), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(value.type, DWORD{REG_MULTI_SZ});
-    EXPECT_THAT(value.list, ElementsAre(L"a", L"b"));
+    EXPECT_THAT(ItemsOf(value.list), ElementsAre(L"a", L"b"));
     ASSERT_EQ(Read(L"b", value), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(value.type, DWORD{REG_BINARY});
-    EXPECT_THAT(value.bytes, ElementsAre(1, 0, 2));
+    EXPECT_THAT(BytesOfValue(value), ElementsAre(1, 0, 2));
 }
 
 TEST_F(Registry, AnExpandableTextIsStoredAsAPlainOne) {
-    RegValue value = RegValue::String(L"%windir%");
+    RegValue value = StringValue(L"%windir%");
     value.type = REG_EXPAND_SZ;
     ASSERT_EQ(Write(L"x", value), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(StoredType(L"x"), DWORD{REG_SZ});
     ASSERT_EQ(Read(L"x", value), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(value.text, L"%windir%");
+    EXPECT_EQ(value.text.view(), L"%windir%");
 }
 
 TEST_F(Registry, AnExpandableTextThatIsStoredIsReadUnexpanded) {
@@ -79,7 +74,7 @@ TEST_F(Registry, AnExpandableTextThatIsStoredIsReadUnexpanded) {
     RegValue value;
     ASSERT_EQ(Read(L"x", value), DWORD{ERROR_SUCCESS});
     EXPECT_EQ(value.type, DWORD{REG_EXPAND_SZ});
-    EXPECT_EQ(value.text, L"%windir%");
+    EXPECT_EQ(value.text.view(), L"%windir%");
 }
 
 TEST_F(Registry, AMissingKeyOrValueKeepsTheRecord) {
@@ -112,7 +107,7 @@ TEST_F(Registry, ReadsValuesOfEverySizeAroundItsFirstBuffer) {
         scratch_.Store(L"s", REG_SZ, text.c_str(), chars * sizeof(wchar_t));
         RegValue value;
         ASSERT_EQ(Read(L"s", value), DWORD{ERROR_SUCCESS}) << chars;
-        EXPECT_EQ(value.text, text);
+        EXPECT_EQ(value.text.view(), text);
     }
 }
 
@@ -121,7 +116,7 @@ TEST_F(Registry, ReadsAValueOfManyMegabytes) {
     scratch_.Store(L"b", REG_BINARY, huge.data(), huge.size());
     RegValue value;
     ASSERT_EQ(Read(L"b", value), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(value.bytes, huge);
+    EXPECT_EQ(BytesOfValue(value), huge);
 }
 
 TEST_F(Registry, WritingToAMissingKeyFailsAndCreatesNothing) {
@@ -186,7 +181,7 @@ TEST_F(Registry, OpensForReadingToReadAndForEverythingToWrite) {
 
 TEST_F(Registry, StoresInOneStepAndReturnsItsError) {
     REPLACE_CALL(store, RegSetValueExW, [](auto...) { return LSTATUS{ERROR_DISK_FULL}; });
-    EXPECT_EQ(Write(L"v", RegValue::String(L"text")), DWORD{ERROR_DISK_FULL});
+    EXPECT_EQ(Write(L"v", StringValue(L"text")), DWORD{ERROR_DISK_FULL});
     EXPECT_EQ(store.calls(), 1);
 }
 
@@ -213,9 +208,7 @@ class FailingAllocation {
 };
 
 TEST_F(Registry, AListWithoutMemoryIsNotWritten) {
-    RegValue list;
-    list.type = REG_MULTI_SZ;
-    list.list = {std::wstring(1000, L'a'), std::wstring(2000, L'b')};
+    const RegValue list = ListValue({std::wstring(1000, L'a'), std::wstring(2000, L'b')});
     {
         FailingAllocation failing((1001 + 2001 + 1) * sizeof(wchar_t));
         EXPECT_EQ(Write(L"v", list), 0xC0000017u);
@@ -247,7 +240,7 @@ TEST_F(Registry, AValueThatGrowsBetweenTheCallsIsReadWhole) {
                  });
     RegValue value;
     EXPECT_EQ(Read(L"s", value), DWORD{ERROR_SUCCESS});
-    EXPECT_EQ(value.text, std::wstring(1000, L'y'));
+    EXPECT_EQ(value.text.view(), std::wstring(1000, L'y'));
     EXPECT_EQ(calls, 3);
 }
 

@@ -6,6 +6,7 @@
 
 #include "base/xfmt.h"
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/heap_texts.h"
 #include "tests/support/import_redirect.h"
 
 namespace {
@@ -64,9 +65,9 @@ class UsberrFileTest : public testing::Test {
         fclose(file);
     }
     std::wstring Tail() {
-        std::wstring text = L"left over";
-        EXPECT_TRUE(ReadUsberrTail(path_, &text));
-        return text;
+        HeapText text = HeapTextOf(L"left over");
+        EXPECT_TRUE(ReadUsberrTail(path_, text));
+        return TextOf(text);
     }
 
     wchar_t path_[MAX_PATH];
@@ -135,15 +136,15 @@ TEST_F(UsberrFileTest, OfAHugeFileOnlyTheTailIsRead) {
 }
 
 TEST_F(UsberrFileTest, AMissingFileIsAReadFailureAndEmptiesTheText) {
-    std::wstring text = L"left over";
-    EXPECT_FALSE(ReadUsberrTail(L"C:\\no such folder\\no such file.log", &text));
-    EXPECT_EQ(text, L"");
+    HeapText text = HeapTextOf(L"left over");
+    EXPECT_FALSE(ReadUsberrTail(L"C:\\no such folder\\no such file.log", text));
+    EXPECT_TRUE(text.empty());
 }
 
 TEST_F(UsberrFileTest, ALogLockedByItsWriterIsAReadFailure) {
     const HANDLE writer = CreateFileW(path_, GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    std::wstring text;
-    EXPECT_FALSE(ReadUsberrTail(path_, &text));
+    HeapText text;
+    EXPECT_FALSE(ReadUsberrTail(path_, text));
     CloseHandle(writer);
 }
 
@@ -168,9 +169,9 @@ TEST_F(UsberrFileTest, CopyingOverwrites) {
     const std::wstring copy = std::wstring(path_) + L".copy";
     for (int times = 0; times < 2; ++times)
         EXPECT_EQ(CopyUsberrLog(path_, copy.c_str()), DWORD{NO_ERROR});
-    std::wstring text;
-    EXPECT_TRUE(ReadUsberrTail(copy.c_str(), &text));
-    EXPECT_EQ(text, L"new");
+    HeapText text;
+    EXPECT_TRUE(ReadUsberrTail(copy.c_str(), text));
+    EXPECT_EQ(text.view(), L"new");
     DeleteFileW(copy.c_str());
 }
 
@@ -189,7 +190,7 @@ const std::wstring kSeparator = L"*========================================*";
 class UsberrRecentTextTest : public testing::TestWithParam<RecentRow> {};
 
 TEST_P(UsberrRecentTextTest, IsBehindTheLastSeparator) {
-    EXPECT_STREQ(UsberrRecentText(GetParam().tail), GetParam().expected.c_str());
+    EXPECT_STREQ(UsberrRecentText(GetParam().tail.c_str()), GetParam().expected.c_str());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -9,7 +9,7 @@ namespace {
 
 // Asks the system instead of touching the address: a fault would end the program.
 bool IsAccessible(const void* address) {
-    MEMORY_BASIC_INFORMATION info{};
+    MEMORY_BASIC_INFORMATION info = {};
     if (VirtualQuery(address, &info, sizeof(info)) == 0) return false;
     return info.State == MEM_COMMIT && (info.Protect & PAGE_READWRITE) != 0;
 }

@@ -3,9 +3,14 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <stop_token>
+#include <thread>
+
 #include "base/win32_handle.h"
 #include "base/windows_api.h"
 
+#include "tests/support/leak_counters.h"
 #include "tests/support/wait_until.h"
 
 namespace {
@@ -143,12 +148,87 @@ TEST_F(ModalMenu, AnItemOfASubmenuIsChosenByItsId) {
     EXPECT_EQ(Track(), 22);
 }
 
+// Puts the pointer back at the end of the scope.
+class PointerAt {
+  public:
+    explicit PointerAt(POINT place) {
+        GetCursorPos(&before_);
+        SetCursorPos(place.x, place.y);
+    }
+    ~PointerAt() { SetCursorPos(before_.x, before_.y); }
+
+  private:
+    POINT before_ = {};
+};
+
+TEST_F(ModalMenu, TheItemIsChosenWhereverThePointerRests) {
+    for (int y = 30; y < 150; y += 10) {
+        const PointerAt pointer({45, y});
+        for (const UINT id : {1u, 3u, 22u}) {
+            ModalDriver driver;
+            driver.ExpectMenu().Choose(id);
+            EXPECT_EQ(Track(), static_cast<int>(id)) << "pointer at " << y;
+        }
+    }
+}
+
+TEST_F(ModalMenu, TheItemIsChosenWhileThePointerMoves) {
+    const PointerAt pointer({45, 30});
+    std::jthread mover([](std::stop_token stop) {
+        for (int y = 0; !stop.stop_requested(); y = (y + 7) % 120) {
+            SetCursorPos(45, 30 + y);
+            Sleep(1);
+        }
+    });
+    for (int times = 0; times < 10; ++times) {
+        ModalDriver driver;
+        driver.ExpectMenu().Choose(22);
+        EXPECT_EQ(Track(), 22);
+    }
+}
+
+// A box that is still being opened can be seen, but its loop does not yet take what is posted.
+TEST(ModalDriver, ABoxIsAnsweredOnlyOnceItsLoopRuns) {
+    ModalDriver driver;
+    std::atomic<bool> loopRuns = false;
+    std::atomic<bool> answered = false;
+    driver.ExpectBox(L"Slow").DoAndLeaveOpen([&](BoxView&) {
+        EXPECT_TRUE(loopRuns);
+        answered = true;
+    });
+    const OwnedWindow slow(CreateWindowExW(0, L"#32770", L"Slow", WS_POPUP | WS_VISIBLE, 10, 10, 100, 80,
+                                           nullptr, nullptr, nullptr, nullptr));
+    // Time for the driver to find the box and to answer too early; it may send to the box all the while.
+    const DWORD start = GetTickCount();
+    EXPECT_TRUE(WaitUntil("some polls", [&] {
+        MSG message;
+        PeekMessageW(&message, nullptr, WM_APP, WM_APP, PM_NOREMOVE);
+        return GetTickCount() - start > 50;
+    }));
+    EXPECT_FALSE(answered);
+    loopRuns = true;
+    EXPECT_TRUE(PumpUntil("the answer", [&] { return answered.load(); }));
+}
+
 TEST_F(ModalMenu, MenusAreServedOneAfterTheOther) {
     ModalDriver driver;
     for (const UINT id : {1u, 3u, 21u}) {
         driver.ExpectMenu().Choose(id);
         EXPECT_EQ(Track(), static_cast<int>(id));
     }
+}
+
+TEST_F(ModalMenu, ServedMenusHoldNoHandlesWhileTheDriverLives) {
+    ModalDriver driver;
+    const auto serve = [&] {
+        driver.ExpectMenu().Dismiss();
+        Track();
+    };
+    serve();
+    const long before = CountKernelHandles();
+    for (int times = 0; times < 5; ++times)
+        serve();
+    EXPECT_TRUE(WaitUntil("the threads' handles to go", [&] { return CountKernelHandles() <= before; }));
 }
 
 TEST_F(ModalMenu, AnUnexpectedMenuFailsTheTestWithItsItems) {

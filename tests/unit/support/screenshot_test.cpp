@@ -16,8 +16,8 @@ TEST(Screenshot, AWindowBecomesAPngFile) {
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
     unsigned char head[24] = {};
     DWORD read = 0;
-    ASSERT_TRUE(ReadFile(file.get(), head, sizeof head, &read, nullptr));
-    ASSERT_EQ(read, sizeof head);
+    ASSERT_TRUE(ReadFile(file.get(), head, sizeof(head), &read, nullptr));
+    ASSERT_EQ(read, sizeof(head));
     EXPECT_EQ(head[1], 'P');
     // Width and height, big-endian, stand at fixed places of every PNG file.
     EXPECT_EQ(head[19], 200);

@@ -208,6 +208,20 @@ TEST_F(ActivationContextTest, CommonControlsAreLookedUpOnce) {
     EXPECT_EQ(lookUps, 1);
 }
 
+TEST_F(ActivationContextTest, OtherFunctionsAreLookedUpInTheSameLibrary) {
+    std::vector<HMODULE> asked;
+    REPLACE_CALL(lookUp, GetProcAddress, [&](HMODULE module, const char* name) {
+        EXPECT_STREQ(name, "ImageList_Create");
+        asked.push_back(module);
+        return ReplacedCall<GetProcAddress>::Original(module, name);
+    });
+    EXPECT_NE(IsolationAwareCommonControlsFunction("ImageList_Create"), nullptr);
+    EXPECT_EQ(calls_, (Calls{"query", "activate", "find", "load", "deactivate", "activate", "deactivate"}));
+    EXPECT_EQ(asked, std::vector<HMODULE>{GetModuleHandleW(L"comctl32.dll")});
+    activateResult_ = FALSE;
+    EXPECT_EQ(IsolationAwareCommonControlsFunction("ImageList_Create"), nullptr);
+}
+
 TEST_F(ActivationContextTest, AMissingInitFunctionIsNotCalled) {
     REPLACE_CALL(lookUp, GetProcAddress, [](HMODULE, const char*) -> FARPROC { return nullptr; });
     IsolationAwareInitCommonControls();

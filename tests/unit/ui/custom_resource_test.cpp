@@ -64,8 +64,8 @@ class CustomResource : public testing::Test {
     ScratchSystemDirectory system_;
 };
 
-// The colour in the middle of an icon.
-COLORREF ColourOf(HICON icon) {
+// The color in the middle of an icon.
+COLORREF ColorOf(HICON icon) {
     const MemoryDc dc(CreateCompatibleDC(nullptr));
     BITMAPINFO format = {};
     format.bmiHeader = {sizeof(BITMAPINFOHEADER), 32, -32, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
@@ -73,9 +73,9 @@ COLORREF ColourOf(HICON icon) {
     const OwnedBitmap bitmap(CreateDIBSection(dc.get(), &format, DIB_RGB_COLORS, &bits, nullptr, 0));
     const HGDIOBJ previous = SelectObject(dc.get(), bitmap.get());
     DrawIconEx(dc.get(), 0, 0, icon, 32, 32, 0, nullptr, DI_NORMAL);
-    const COLORREF colour = GetPixel(dc.get(), 16, 16);
+    const COLORREF color = GetPixel(dc.get(), 16, 16);
     SelectObject(dc.get(), previous);
-    return colour;
+    return color;
 }
 
 TEST_F(CustomResource, WithoutALibraryEverythingIsBuiltIn) {
@@ -92,11 +92,34 @@ TEST_F(CustomResource, BeforeLoadingEverythingIsBuiltIn) {
 TEST_F(CustomResource, AnIntactLibrarySuppliesEverything) {
     Load(CustomerLibrary());
     EXPECT_TRUE(IsCustomResourceActive());
-    EXPECT_EQ(ColourOf(CustomPageIcon()), RGB(0xC0, 0x10, 0x20));
-    EXPECT_EQ(ColourOf(CustomSmallIcon()), RGB(0x20, 0x80, 0x30));
+    EXPECT_EQ(ColorOf(CustomPageIcon()), RGB(0xC0, 0x10, 0x20));
+    EXPECT_EQ(ColorOf(CustomSmallIcon()), RGB(0x20, 0x80, 0x30));
     EXPECT_STREQ(CustomAboutText(), L"Ports by Example & Sons");
     EXPECT_TRUE(CustomHidesUserGuide());
     EXPECT_THAT(traced, ElementsAre(L"TAVIX coinstaller custom resource dll loaded."));
+}
+
+// What the library itself is linked with is then bound as the module's own is.
+TEST_F(CustomResource, TheLibraryIsLoadedInTheModulesActivationContext) {
+    InstallStamped(CustomerLibrary());
+    int active = 0;
+    int activeAtLoading = 0;
+    REPLACE_CALL(activate, ActivateActCtx, [&](HANDLE context, ULONG_PTR* cookie) {
+        ++active;
+        return ReplacedCall<ActivateActCtx>::Original(context, cookie);
+    });
+    REPLACE_CALL(deactivate, DeactivateActCtx, [&](DWORD flags, ULONG_PTR cookie) {
+        --active;
+        return ReplacedCall<DeactivateActCtx>::Original(flags, cookie);
+    });
+    REPLACE_CALL(load, LoadLibraryW, [&](const wchar_t* name) {
+        if (name == system_.CustomLibraryPath()) activeAtLoading = active;
+        return ReplacedCall<LoadLibraryW>::Original(name);
+    });
+    LoadCustomResourceLibrary();
+    EXPECT_TRUE(IsLoaded());
+    EXPECT_EQ(activeAtLoading, 1);
+    EXPECT_EQ(active, 0);
 }
 
 TEST_F(CustomResource, ALibraryWithAWrongDigestStaysUnused) {
@@ -172,6 +195,28 @@ TEST_F(CustomResource, IsLoadedOnceByItsFullPath) {
     EXPECT_THAT(loaded, ElementsAre(system_.CustomLibraryPath()));
 }
 
+TEST_F(CustomResource, IsLoadedWithinTheModulesActivationContext) {
+    InstallStamped(CustomerLibrary());
+    int active = 0;
+    REPLACE_CALL(activate, ActivateActCtx, [&](HANDLE context, ULONG_PTR* cookie) {
+        ++active;
+        return ActivateActCtx(context, cookie);
+    });
+    REPLACE_CALL(deactivate, DeactivateActCtx, [&](DWORD flags, ULONG_PTR cookie) {
+        --active;
+        return DeactivateActCtx(flags, cookie);
+    });
+    int activeAtLoad = 0;
+    REPLACE_CALL(load, LoadLibraryW, [&](const wchar_t* path) {
+        if (path == system_.CustomLibraryPath()) activeAtLoad = active;
+        return LoadLibraryW(path);
+    });
+    LoadCustomResourceLibrary();
+    EXPECT_TRUE(IsCustomResourceActive());
+    EXPECT_EQ(activeAtLoad, 1);
+    EXPECT_EQ(active, 0);
+}
+
 // The switch ------------------------------------------------------------------------------------------------
 
 struct SwitchRow {
@@ -222,7 +267,7 @@ TEST_F(CustomResource, AMissingIconIsTheBuiltInOne) {
     Load(library);
     ASSERT_TRUE(IsCustomResourceActive());
     EXPECT_EQ(CustomPageIcon(), ModuleIcon(104));
-    EXPECT_EQ(ColourOf(CustomSmallIcon()), RGB(0x20, 0x80, 0x30));
+    EXPECT_EQ(ColorOf(CustomSmallIcon()), RGB(0x20, 0x80, 0x30));
 }
 
 TEST_F(CustomResource, AMissingAboutTextIsEmpty) {

@@ -58,7 +58,7 @@ TEST_P(Fit, PlacesTheRectangle) {
 INSTANTIATE_TEST_SUITE_P(
     Desk, Fit,
     testing::Values(
-        FitRow{"Centred", kDesk, {400, 400, 600, 500}, 100, 50, {450, 425, 550, 475}, 0},
+        FitRow{"Centered", kDesk, {400, 400, 600, 500}, 100, 50, {450, 425, 550, 475}, 0},
         FitRow{"OddSizes", kDesk, {400, 400, 601, 501}, 101, 51, {450, 425, 551, 476}, 0},
         FitRow{"AnEmptyReference", kDesk, {500, 500, 500, 500}, 100, 100, {450, 450, 550, 550}, 0},
         FitRow{"PushedFromTheLeft", kDesk, {2, 500, 8, 500}, 100, 100, {0, 450, 100, 550}, 0},
@@ -71,8 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
         FitRow{"Above", kDesk, {600, -400, 700, -300}, 100, 100, {600, -400, 700, -300}, 2},
         FitRow{"TheSharedEdgeBelongsToTheRight", kDesk, {0, 100, 0, 100}, 10, 10, {0, 95, 10, 105}, 0},
         FitRow{"OneLeftOfTheSharedEdge", kDesk, {-1, 100, -1, 100}, 10, 10, {-10, 95, 0, 105}, 1},
-        // The sum -1 is divided towards zero.
-        FitRow{"ACentreOfHalfAPixel", kDesk, {-1, 100, 0, 100}, 10, 10, {0, 95, 10, 105}, 0},
+        // The sum -1 is divided toward zero.
+        FitRow{"ACenterOfHalfAPixel", kDesk, {-1, 100, 0, 100}, 10, 10, {0, 95, 10, 105}, 0},
         FitRow{"OnTheTaskBar", kDesk, {600, 1000, 600, 1010}, 100, 100, {550, 884, 650, 984}, 0},
         FitRow{"OnTheBarOfTheLeftOne", kDesk, {-500, 10, -500, 20}, 100, 100, {-550, 40, -450, 140}, 1},
         FitRow{"FarOff", kDesk, {90000, 90000, 90010, 90010}, 100, 100, {3100, 0, 3200, 100}, 3},
@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(Ties, Fit,
                          testing::Values(
-                             // The pixels next to the centre 150 are 99 and 200: the second is nearer by one.
+                             // The pixels next to the center 150 are 99 and 200: the second is nearer by one.
                              FitRow{"NearerByOnePixel",
                                     {Monitor({0, 0, 100, 100}), Monitor({200, 0, 300, 100})},
                                     {150, 50, 150, 50},
@@ -124,7 +124,35 @@ INSTANTIATE_TEST_SUITE_P(Ties, Fit,
                                     0}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(MonitorFit, TheCentreOfExtremeRectanglesDoesNotOverflow) {
+struct KeepRow {
+    const char* name;
+    RECT rect;
+    RECT kept;
+};
+void PrintTo(const KeepRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class Keep : public testing::TestWithParam<KeepRow> {};
+
+TEST_P(Keep, MovesTheRectangleNoFurtherThanNeeded) {
+    const RECT kept = KeepRectOnMonitors(kDesk.data(), 4, GetParam().rect);
+    EXPECT_TRUE(Same(kept, GetParam().kept)) << Text(kept) << " instead of " << Text(GetParam().kept);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rects, Keep,
+    testing::Values(KeepRow{"InsideItStays", {400, 300, 601, 455}, {400, 300, 601, 455}},
+                    KeepRow{"AlsoAtNegativeCoordinates", {-901, 301, -700, 446}, {-901, 301, -700, 446}},
+                    KeepRow{"AtTheEdgesItStays", {0, 0, 1280, 984}, {0, 0, 1280, 984}},
+                    KeepRow{"BeyondTheRight", {1200, 10, 1300, 20}, {1180, 10, 1280, 20}},
+                    KeepRow{"BeyondTheBottom", {10, 900, 20, 1000}, {10, 884, 20, 984}},
+                    KeepRow{"BeyondTheTop", {-500, 20, -400, 90}, {-500, 40, -400, 110}},
+                    KeepRow{"ItsCenterChoosesTheMonitor", {-80, 100, 20, 200}, {-100, 100, 0, 200}},
+                    KeepRow{"TooLarge", {3100, 20, 3900, 920}, {3000, 0, 3200, 100}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(MonitorFit, TheCenterOfExtremeRectanglesDoesNotOverflow) {
     const FittedRect result =
         FitRectToMonitors(kDesk.data(), 4, {2000000000, 2000000000, 2000000002, 2000000002}, 10, 10);
     EXPECT_TRUE(Same(result.rect, {3190, 90, 3200, 100})) << Text(result.rect);
@@ -302,6 +330,19 @@ TEST(MonitorList, ListsTheRealScreen) {
     for (int32_t i = 0; i < count; ++i)
         primaries += records[i].primary ? 1 : 0;
     EXPECT_EQ(primaries, 1);
+}
+
+TEST_F(FakeMonitors, ARectangleIsKeptOnItsMonitor) {
+    RECT rect = {1200, 900, 1300, 1000};
+    KeepRectOnMonitor(rect);
+    EXPECT_TRUE(Same(rect, {1180, 884, 1280, 984})) << Text(rect);
+}
+
+TEST_F(FakeMonitors, WithoutAListOfMonitorsARectangleStaysWhereItIs) {
+    enumerationFails_ = true;
+    RECT rect = {90000, 90000, 90100, 90100};
+    KeepRectOnMonitor(rect);
+    EXPECT_TRUE(Same(rect, {90000, 90000, 90100, 90100})) << Text(rect);
 }
 
 }  // namespace

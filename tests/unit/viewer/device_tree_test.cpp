@@ -68,6 +68,14 @@ TEST_F(ArrangeTreeTest, OnlyDevicesHaveAnInstanceId) {
     EXPECT_EQ(lines[2].instanceId, L"QRV_VBUS\\QRV_VCOM\\1");
 }
 
+TEST_F(ArrangeTreeTest, ADeviceAndItsHeadingCarryTheClass) {
+    nodes[2].classGuid.Data1 = 0x4D36E97D;
+    const auto lines = ArrangeTree(nodes, TreeOrder::ByType, false, L"PC");
+    EXPECT_EQ(lines[1].classGuid.Data1, 0u);
+    EXPECT_EQ(lines[4].classGuid.Data1, 0x4D36E97Du) << "the heading";
+    EXPECT_EQ(lines[5].classGuid.Data1, 0x4D36E97Du);
+}
+
 TEST_F(ArrangeTreeTest, NoDevicesLeaveTheComputer) {
     nodes.clear();
     EXPECT_EQ(Arranged(TreeOrder::ByType), L"PC\n");

@@ -27,7 +27,7 @@ TEST(WindowPicture, IsAPngOfTheWindowsSize) {
     const std::wstring path = PicturePath();
     ASSERT_TRUE(SaveWindowPicture(window.get(), path));
 
-    std::array<BYTE, 24> head{};
+    std::array<BYTE, 24> head = {};
     {
         const FileHandle file(
             CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));

@@ -1,0 +1,18 @@
+// The parts of the language runtime that a DLL of the product brings itself. They stand in place of the
+// toolchain's, which throw, and with that bring the machinery of exceptions, its threads and its reserve of
+// memory. Linked into the DLLs only.
+#include <cstdlib>
+#include <new>
+
+// Null without memory: the product is compiled with -fcheck-new, so `new` is then null too.
+void* operator new(size_t bytes) {
+    return malloc(bytes);
+}
+
+void operator delete(void* block) noexcept {
+    free(block);
+}
+
+void operator delete(void* block, size_t) noexcept {
+    free(block);
+}

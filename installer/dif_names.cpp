@@ -1,0 +1,56 @@
+#include "installer/dif_names.h"
+
+#include <array>
+
+namespace {
+
+constexpr const wchar_t* kNoName = L"?????";
+constexpr std::array<const wchar_t*, 40> kDifNames = {
+    kNoName,
+    L"DIF_SELECTDEVICE",
+    L"DIF_INSTALLDEVICE",
+    L"DIF_ASSIGNRESOURCES",
+    L"DIF_PROPERTIES",
+    L"DIF_REMOVE",
+    L"DIF_FIRSTTIMESETUP",
+    L"DIF_FOUNDDEVICE",
+    L"DIF_SELECTCLASSDRIVERS",
+    L"DIF_VALIDATECLASSDRIVERS",
+    L"DIF_INSTALLCLASSDRIVERS",
+    L"DIF_CALCDISKSPACE",
+    L"DIF_DESTROYPRIVATEDATA",
+    L"DIF_VALIDATEDRIVER",
+    L"DIF_MOVEDEVICE",
+    L"DIF_DETECT",
+    L"DIF_INSTALLWIZARD",
+    L"DIF_DESTROYWIZARDDATA",
+    L"DIF_PROPERTYCHANGE",
+    L"DIF_ENABLECLASS",
+    L"DIF_DETECTVERIFY",
+    L"DIF_INSTALLDEVICEFILES",
+    kNoName,
+    L"DIF_SELECTBESTCOMPATDRV",
+    L"DIF_ALLOW_INSTALL",
+    L"DIF_REGISTERDEVICE",
+    L"DIF_NEWDEVICEWIZARD_PRESELECT",
+    L"DIF_NEWDEVICEWIZARD_SELECT",
+    L"DIF_NEWDEVICEWIZARD_PREANALYZE",
+    L"DIF_NEWDEVICEWIZARD_POSTANALYZE",
+    L"DIF_NEWDEVICEWIZARD_FINISHINSTALL",
+    kNoName,
+    L"DIF_INSTALLINTERFACES",
+    L"DIF_DETECTCANCEL",
+    L"DIF_REGISTER_COINSTALLERS",
+    L"DIF_ADDPROPERTYPAGE_ADVANCED",
+    L"DIF_ADDPROPERTYPAGE_BASIC",
+    kNoName,
+    L"DIF_TROUBLESHOOTER",
+    L"DIF_POWERMESSAGEWAKE",
+};
+static_assert(kDifNames.size() == DIF_POWERMESSAGEWAKE + 1);
+
+}  // namespace
+
+const wchar_t* DifName(DI_FUNCTION installFunction) noexcept {
+    return installFunction < kDifNames.size() ? kDifNames[installFunction] : kNoName;
+}

@@ -9,5 +9,6 @@ function(tavix_add_debian_headers target folder)
 endfunction()
 
 tavix_add_debian_headers(debian_cli11 CLI)
+tavix_add_debian_headers(debian_nlohmann_json nlohmann)
 tavix_add_debian_headers(debian_fmt fmt)
 target_compile_definitions(debian_fmt INTERFACE FMT_HEADER_ONLY)

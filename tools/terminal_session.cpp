@@ -43,11 +43,20 @@ class TemporaryFile {
     wchar_t path_[MAX_PATH] = L"";
 };
 
-// The characters read, at most kTemplateMaxChars; -1 when the file cannot be read.
+// A registry export begins with a Latin letter, before which a byte-order mark may stand. reg.exe also takes
+// an export in single bytes, but would skip the values appended to it and still report success.
+bool BeginsInUtf16(const wchar_t* text) noexcept {
+    constexpr wchar_t kByteOrderMark = 0xFEFF;
+    return text[0] == kByteOrderMark || text[0] < 0x100;
+}
+
+// The characters read, at most kTemplateMaxChars; -1 when the file cannot be read or is not UTF-16.
 int32_t ReadTemplate(const wchar_t* path, wchar_t* text) noexcept {
     const KernelHandle file = OpenFileRw(path, false);
     const int64_t bytes = ReadFileAt(file.get(), 0, kTemplateMaxChars * sizeof(wchar_t), text);
-    return bytes < 0 ? -1 : static_cast<int32_t>(bytes / static_cast<int64_t>(sizeof(wchar_t)));
+    if (bytes < 0) return -1;
+    const int32_t chars = static_cast<int32_t>(bytes / static_cast<int64_t>(sizeof(wchar_t)));
+    return chars == 0 || BeginsInUtf16(text) ? chars : -1;
 }
 
 bool WriteText(const wchar_t* path, const wchar_t* text, int32_t chars) noexcept {

@@ -21,6 +21,7 @@ class OpenCheckTest : public TerminalTest {
         modal_.ExpectBox(kErrorTitle).Do([picture](BoxView& box) {
             SaveScreenshot(box.window(), picture);
             EXPECT_EQ(box.Text(1), L"Got it");
+            EXPECT_EQ(box.Read().Buttons(), std::vector<int>{1});
             EXPECT_EQ(reinterpret_cast<HICON>(SendMessageW(box.Control(101), STM_GETICON, 0, 0)),
                       LoadIconW(nullptr, IDI_ERROR));
             box.Press(IDOK);
@@ -118,6 +119,7 @@ TEST_P(OpenErrorTest, IsShownWithTheSystemsText) {
 INSTANTIATE_TEST_SUITE_P(Errors, OpenErrorTest,
                          testing::Values(ErrorRow{"Sharing", ERROR_SHARING_VIOLATION, true},
                                          ErrorRow{"NotReady", ERROR_NOT_READY, true},
+                                         ErrorRow{"WithInserts", ERROR_BAD_EXE_FORMAT, true},
                                          ErrorRow{"WithoutText", 0x12345678, false},
                                          ErrorRow{"HighestNumber", 0xFFFFFFFF, false}),
                          [](const auto& row) { return std::string(row.param.name); });

@@ -71,6 +71,7 @@ std::vector<std::wstring> TerminalTest::TakeRequests() {
 std::wstring TerminalTest::BoxText(size_t index) const {
     if (index >= modal_.boxes().size()) return L"";
     const BoxRecord box = modal_.boxes()[index];
+    EXPECT_EQ(box.owner, page_.get());
     const ControlRecord* const text = box.Control(100);
     return text != nullptr ? text->text : box.text;
 }

@@ -36,9 +36,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ColorRow{L"COM0", kColor0}, ColorRow{L"COM1", kColor1}, ColorRow{L"COM2", kColor2},
                     ColorRow{L"COM3", kColor3}, ColorRow{L"COM4", kColor0}, ColorRow{L"COM5", kColor1},
                     ColorRow{L"COM6", kColor2}, ColorRow{L"COM7", kColor3}, ColorRow{L"COM8", kColor0},
-                    ColorRow{L"COM127", kColor3}, ColorRow{L"COM", kColor0}, ColorRow{L"LPT1", kColor0},
-                    ColorRow{L"COM-1", kColor0}, ColorRow{L"COM5A", kColor1}, ColorRow{L"", kColor0},
-                    ColorRow{L"xCOM1", kColor0}, ColorRow{L"COM99999999999", kColor3}));
+                    ColorRow{L"COM9", kColor1}, ColorRow{L"COM10", kColor2}, ColorRow{L"COM127", kColor3},
+                    ColorRow{L"COM", kColor0}, ColorRow{L"LPT1", kColor0}, ColorRow{L"COM-1", kColor0},
+                    ColorRow{L"COM5A", kColor1}, ColorRow{L"", kColor0}, ColorRow{L"xCOM1", kColor0},
+                    ColorRow{L"COM99999999999", kColor3}));
 
 std::wstring TitleOf(const wchar_t* port) {
     wchar_t title[kTerminalTitleChars];
@@ -77,6 +78,15 @@ TEST(SessionValues, ANameCannotEndItsLine) {
 TEST(SessionValues, ANameOfFullWidthFitsWhateverItsCharacters) {
     const std::wstring values = ValuesOf(std::wstring(16, L'"'));
     EXPECT_EQ(values.substr(values.size() - 21), L"\"Colour2\"=\"80,0,80\"\r\n");
+}
+
+TEST(SessionValues, ANameThatIsTooLongIsCut) {
+    const std::wstring values = ValuesOf(std::wstring(100, L'"'));
+    std::wstring quoted;
+    for (int i = 1; i < kTerminalTitleChars; ++i)
+        quoted += L"\\\"";
+    EXPECT_EQ(values.rfind(L"\"HostName\"=\"" + quoted + L"\"\r\n\"SerialLine\"=\"" + quoted + L"\"\r\n", 0),
+              0u);
 }
 
 // ---- writing the session
@@ -187,14 +197,35 @@ TEST_F(TerminalSession, ATemporaryFolderWithBlanksIsQuoted) {
 }
 
 TEST_F(TerminalSession, ACommandLineThatWouldBeCutIsNotRun) {
-    const std::wstring deep(244 - temporary_.path().size(), L'd');
-    ASSERT_TRUE(CreateDirectoryW(temporary_.File(deep).c_str(), nullptr)) << GetLastError();
-    temporaryFolder_ = L"\\" + deep;
     WriteTemplate(kHead);
-    EXPECT_FALSE(Write());
+    const std::wstring command = L"reg.exe import ";
+    for (const size_t chars : {259u, 260u}) {
+        const std::wstring path = temporary_.path() + L"\\" +
+                                  std::wstring(chars - command.size() - temporary_.path().size() - 1, L'd');
+        REPLACE_CALL(name, GetTempFileNameW, [&](LPCWSTR, LPCWSTR, UINT, LPWSTR out) {
+            wmemcpy(out, path.c_str(), path.size() + 1);
+            WriteWholeFile(path, {});
+            return UINT{1};
+        });
+        EXPECT_EQ(Write(), chars == 259);
+        EXPECT_EQ(imports_, 1);
+        EXPECT_EQ(command_, command + path.substr(0, 259 - command.size())) << "the one that fits";
+        EXPECT_TRUE(temporary_.Entries().empty());
+    }
+    ExpectBox(L"Cannot import the terminal session from " + package_.File(kTemplateName) +
+              L"\n\nreg.exe result=206");
+}
+
+TEST_F(TerminalSession, WithoutMemoryTheTemplateCannotBeRead) {
+    WriteTemplate(kHead);
+    {
+        REPLACE_CALL(allocate, malloc, [](size_t bytes) {
+            return bytes > kTemplateMaxChars * sizeof(wchar_t) ? nullptr : malloc(bytes);
+        });
+        EXPECT_FALSE(Write());
+    }
+    ExpectBox(L"Cannot read file " + package_.File(kTemplateName));
     EXPECT_EQ(imports_, 0);
-    EXPECT_EQ(boxes_.size(), 1u);
-    EXPECT_TRUE(RemoveDirectoryW(temporary_.File(deep).c_str())) << "the file is still there";
 }
 
 TEST_F(TerminalSession, AMissingTemplateIsSaid) {
@@ -255,6 +286,16 @@ TEST_F(TerminalSession, TheTemplatesBytesGoOutAsTheyAre) {
     WriteTemplate(std::wstring(L"no mark\0\xD800 x", 12));
     EXPECT_TRUE(Write());
     EXPECT_EQ(imported_, std::wstring(L"no mark\0\xD800 x", 12) + ValuesOf(L"COM5"));
+}
+
+// reg.exe would import the head alone and report success.
+TEST_F(TerminalSession, ATemplateInAnotherEncodingIsNotImported) {
+    for (const std::string head : {"REGEDIT4\r\n", "\xEF\xBB\xBFWindows Registry", "\xFE\xFF\0W"}) {
+        WriteWholeFile(package_.File(kTemplateName), {head.begin(), head.end()});
+        EXPECT_FALSE(Write());
+        ExpectBox(L"Cannot read file " + package_.File(kTemplateName));
+        EXPECT_EQ(imports_, 0);
+    }
 }
 
 TEST_F(TerminalSession, AMissingTemporaryFolderIsSaid) {

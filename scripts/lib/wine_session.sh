@@ -5,7 +5,7 @@ wine=/usr/lib/wine/wine64
 wineserver=/usr/lib/wine/wineserver64
 session_dir=${TAVIX_SESSION_DIR:-$root/build/wine}
 export WINEPREFIX=$session_dir/prefix WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml='
-prefix_version=2  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
+prefix_version=3  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
 x_server_pid= guard_pid= child_pid=
 
 # Wine's background processes inherit standard output; a file keeps a reader of our own output from waiting for them.
@@ -25,14 +25,21 @@ start_display() {
     export DISPLAY=:$number
 }
 
-# Crashes end a process at once instead of opening a dialog. On our own display, which has no window manager, the
-# virtual desktop gives windows captions and spares the two seconds that each closing takes.
+# Crashes end a process at once instead of opening a dialog. Wine looks for Chinese characters in SimSun and knows no font
+# for emoji (characters of the script 0), so both are pointed to fonts that exist. On our own display, which has no
+# window manager, the virtual desktop gives windows captions and spares the two seconds that each closing takes.
 write_prefix_settings() {
     cat >"$session_dir/settings.reg" <<'REG'
 REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\WineDbg]
 "ShowCrashDialog"=dword:00000000
+
+[HKEY_CURRENT_USER\Software\Wine\Fonts\Replacements]
+"SimSun"="WenQuanYi Micro Hei"
+
+[HKEY_CURRENT_USER\Software\Wine\Uniscribe\Fallback]
+"0"="Symbola"
 REG
     if [ -n "$x_server_pid" ]; then
         cat >>"$session_dir/settings.reg" <<'REG'
@@ -48,9 +55,11 @@ REG
 }
 
 # Debian's build of Wine does not look where Debian's fonts-wine puts Tahoma and Marlett; without them dialogs are
-# larger than designed and arrow glyphs show as digits.
+# larger than designed and arrow glyphs show as digits. The other two are those of write_prefix_settings.
 install_fonts() {
-    cp /usr/share/wine/fonts/*.ttf "$WINEPREFIX/drive_c/windows/Fonts/"
+    local fonts=/usr/share/fonts/truetype
+    cp /usr/share/wine/fonts/*.ttf $fonts/wqy/wqy-microhei.ttc $fonts/ancient-scripts/Symbola_hint.ttf \
+        "$WINEPREFIX/drive_c/windows/Fonts/"
 }
 
 prepare_prefix() {
@@ -59,7 +68,7 @@ prepare_prefix() {
     rm -rf "$WINEPREFIX"
     quiet_wine wineboot -i || die "the Wine prefix could not be made; see $session_dir/session.log"
     write_prefix_settings || die "the Wine prefix could not be set up; see $session_dir/session.log"
-    install_fonts || die "the fonts could not be copied; is the package fonts-wine installed?"
+    install_fonts || die "the fonts could not be copied; scripts/setup installs their packages"
     "$wineserver" -w
     echo "$prefix_version" >"$session_dir/prefix-ready"
 }

@@ -9,44 +9,16 @@
 #include "sim/viewer/viewer_resources.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/package_fixture.h"
+#include "tests/system/viewer_sheet.h"
 
 namespace {
-
-std::wstring SystemFolder() {
-    wchar_t folder[MAX_PATH] = {};
-    GetSystemDirectoryW(folder, MAX_PATH);
-    return folder;
-}
-
-HWND WaitForSheet(const std::wstring& title) {
-    HWND sheet = nullptr;
-    EXPECT_TRUE(WaitUntil("the sheet to open", [&] {
-        sheet = FindWindowW(L"#32770", title.c_str());
-        return sheet && IsWindowVisible(sheet);
-    }));
-    return sheet;
-}
-
-void CloseSheet(HWND sheet) {
-    PostMessageW(sheet, WM_COMMAND, IDCANCEL, 0);
-    EXPECT_TRUE(WaitUntil("the sheet to close", [&] { return !IsWindow(sheet); }));
-}
 
 // A running viewer with its tree; ended with its scope.
 class RunningViewer {
   public:
     RunningViewer() {
-        const std::wstring program = SystemFolder() + L"\\device_viewer.exe";
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        PROCESS_INFORMATION information = {};
-        if (!CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                            &information)) {
-            ADD_FAILURE() << "the viewer did not start, error " << GetLastError();
-            return;
-        }
-        CloseHandle(information.hThread);
-        process_.reset(information.hProcess);
+        process_ = StartViewer(L"");
+        if (!process_) return;
         EXPECT_TRUE(WaitUntil("the viewer's window", [&] {
             window_ = FindWindowW(L"TavixDeviceViewer", nullptr);
             return window_ && IsWindowVisible(window_);
@@ -163,7 +135,7 @@ TEST_F(ViewerTest, UninstallingTakesTheSelectedDeviceOutOfTheSystem) {
 
 TEST_F(ViewerTest, TheLauncherOfDevicePropertiesOpensASheet) {
     Plug(first);
-    const LoadedLibrary library(LoadLibraryW((SystemFolder() + L"\\devmgr.dll").c_str()));
+    const LoadedLibrary library(LoadLibraryW((ViewerFolder() + L"\\devmgr.dll").c_str()));
     ASSERT_TRUE(library) << "error " << GetLastError();
     using Launcher = void WINAPI(HWND, HINSTANCE, const wchar_t*, int);
     auto* launch = reinterpret_cast<Launcher*>(GetProcAddress(library.get(), "DeviceProperties_RunDLLW"));

@@ -98,11 +98,10 @@ LRESULT UsbdPageTest::Answer(UINT message, WPARAM wParam, LPARAM lParam) const {
     return UsbdProspageDlgProc(page_.window(), message, wParam, lParam);
 }
 
-COLORREF UsbdPageTest::TextColor(int controlId) const {
+COLORREF UsbdPageTest::TextColor(int controlId, UINT message) const {
     const HWND control = page_.Control(controlId);
     const HDC dc = GetDC(control);
-    SendMessageW(page_.window(), WM_CTLCOLORSTATIC, reinterpret_cast<WPARAM>(dc),
-                 reinterpret_cast<LPARAM>(control));
+    SendMessageW(page_.window(), message, reinterpret_cast<WPARAM>(dc), reinterpret_cast<LPARAM>(control));
     const COLORREF color = GetTextColor(dc);
     ReleaseDC(control, dc);
     return color;

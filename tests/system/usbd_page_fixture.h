@@ -42,8 +42,8 @@ class UsbdPageTest : public SimulatedBusTest {
 
     // What the dialog procedure itself returns.
     LRESULT Answer(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const;
-    // The text color that a static control would be painted with.
-    COLORREF TextColor(int controlId) const;
+    // The text color that the page gives a control for its painting.
+    COLORREF TextColor(int controlId, UINT message = WM_CTLCOLORSTATIC) const;
     HICON StateIcon() const;
     std::wstring Text(int controlId) const { return page_.Text(controlId); }
     std::wstring Log() const { return page_.Text(IDC_USBD_LOG_TEXT); }

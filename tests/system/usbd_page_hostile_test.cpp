@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "base/windows_api.h"
 
 #include <setupapi.h>
+#include <shellapi.h>
 
 #include "state/device_values.h"
 #include "tests/support/screenshot.h"
@@ -290,6 +292,20 @@ TEST_F(UsbdPageHostileTest, RepliesOfOtherLengthsCountAsFarAsTheyCame) {
     }
 }
 
+TEST_F(UsbdPageHostileTest, OnlyAWholeLoggingReplyIsLoggingOn) {
+    LogCfg_st log = {};
+    log.fileLogging = 1;
+    ASSERT_EQ(driver_.SetLogCfg(log), ERROR_SUCCESS);
+    for (uint32_t bytes = 0; bytes <= sizeof(log); ++bytes) {
+        ASSERT_EQ(driver_.ShortenNext(IOCTL_TAVIX_GetLogCfg, bytes), ERROR_SUCCESS);
+        OpenPage();
+        EXPECT_EQ(page_.IsChecked(IDC_FILE_LOGGING), bytes == sizeof(log)) << bytes;
+        EXPECT_EQ(Text(IDC_USBD_STATUS), L"USB device is connected and working. (High speed)") << bytes;
+        ClosePage();
+        MakeParams();
+    }
+}
+
 TEST_F(UsbdPageHostileTest, ANameWithoutAnEndStaysInItsField) {
     VcomCfgReply_st reply = {};
     std::fill(std::begin(reply.portName), std::end(reply.portName), L'x');
@@ -307,6 +323,60 @@ TEST_F(UsbdPageHostileTest, AHuidOfAnyLengthIsSentCut) {
     OpenPage();
     EXPECT_EQ(Text(IDC_USBD_MAPPING), L"Get PortName meets UfAppErr: 6 (UfAppErr_WrongHuid)");
     ExpectUsable();
+}
+
+// ---- a sheet that goes away during a question ----
+
+HWND g_frameToDestroy = nullptr;
+std::atomic<bool> g_boxWasRead = false;
+
+// Expects the question and takes the page and its frame away once it has been read.
+void DestroyWithTheQuestion(ModalDriver& modal, HWND frame) {
+    g_frameToDestroy = frame;
+    g_boxWasRead = false;
+    modal.ExpectBox(L"TAVIX Message").DoAndLeaveOpen([](BoxView&) { g_boxWasRead = true; });
+    SetTimer(nullptr, 0, 10, [](HWND, UINT, UINT_PTR timer, DWORD) {
+        if (!g_boxWasRead) return;
+        KillTimer(nullptr, timer);
+        DestroyWindow(g_frameToDestroy);
+    });
+}
+
+TEST_F(UsbdPageHostileTest, ASheetDestroyedDuringTheQuestionClearsNothing) {
+    WriteLog(kTwoEpisodes);
+    OpenPage();
+    DestroyWithTheQuestion(modal_, frame_.get());
+    page_.Click(IDC_USBD_CLEAR);
+    EXPECT_FALSE(IsWindow(frame_.release()));
+    EXPECT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_NE(GetFileAttributesW(logPath_), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(UsbdPageHostileTest, ASheetDestroyedDuringTheQuestionOpensNoFolder) {
+    WriteLog(kTwoEpisodes);
+    std::wstring copy;
+    ReplacedCall<CopyFileW> copying("CopyFileW", [&](LPCWSTR, LPCWSTR destination, BOOL) {
+        copy = destination;
+        return TRUE;
+    });
+    ReplacedCall<ShellExecuteExW> shell("ShellExecuteExW", [](SHELLEXECUTEINFOW*) { return TRUE; });
+    OpenPage();
+    DestroyWithTheQuestion(modal_, frame_.get());
+    page_.Click(IDC_USBD_SAVE_TO_FILE);
+    EXPECT_FALSE(IsWindow(frame_.release()));
+    EXPECT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_NE(copy, L"");
+    EXPECT_EQ(shell.calls(), 0);
+}
+
+TEST_F(UsbdPageHostileTest, ASheetDestroyedDuringTheQuestionSwitchesNoLogging) {
+    OpenPage();
+    DestroyWithTheQuestion(modal_, frame_.get());
+    page_.Click(IDC_FILE_LOGGING);
+    EXPECT_FALSE(IsWindow(frame_.release()));
+    LogCfg_st log = {};
+    ASSERT_EQ(driver_.QueryLogCfg(log), ERROR_SUCCESS);
+    EXPECT_EQ(log.fileLogging, 0u);
 }
 
 }  // namespace

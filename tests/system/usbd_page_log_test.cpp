@@ -341,7 +341,10 @@ TEST_F(UsbdPageSaveTest, ASecondCopyTakesThePlaceOfTheFirst) {
     modal_.ExpectBox(L"TAVIX Message").Press(IDNO);
     page_.Click(IDC_USBD_SAVE_TO_FILE);
     WriteLog(kOldEpisode, kLogTime + 1000);
-    modal_.ExpectBox(L"TAVIX Message").Press(IDNO);
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView& box) {
+        SaveScreenshot(nullptr, L"usbd_page_saved_again");
+        box.Press(IDNO);
+    });
     page_.Click(IDC_USBD_SAVE_TO_FILE);
     EXPECT_EQ(SavedText(), Wide(kOldEpisode));
 }

@@ -129,6 +129,7 @@ TEST_P(UsbdPageMappingTest, AFailedMappingIsExplainedInRed) {
     EXPECT_NE(TextColor(IDC_USBD_STATUS), kRed);
     EXPECT_TRUE(params_->mappingFailed);
     EXPECT_FALSE(page_.IsEnabled(IDC_USBD_OPEN_VCOM));
+    EXPECT_EQ(page_.IsEnabled(IDC_FILE_LOGGING), GetParam().result != UfAppErr_VbusNotReady);
     EXPECT_EQ(Text(IDC_USBD_STATUS), L"USB device is connected and working. (Speed unknown)");
 }
 
@@ -144,6 +145,13 @@ INSTANTIATE_TEST_SUITE_P(
                     MappingRow{"Largest", 0xFFFFFFFF,
                                L"Get PortName meets UfAppErr: -1 (UfApperr(UNKNOWN))"}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(UsbdPageTest, TheMappingIsRedForBothColorMessages) {
+    SetMappingResult(UfAppErr_NoVcomYet);
+    OpenPage();
+    EXPECT_EQ(TextColor(IDC_USBD_MAPPING, WM_CTLCOLORSTATIC), kRed);
+    EXPECT_EQ(TextColor(IDC_USBD_MAPPING, WM_CTLCOLOREDIT), kRed);
+}
 
 TEST_F(UsbdPageTest, AFailedRequestCountsAsBadParameter) {
     ASSERT_EQ(driver_.FailNext(IOCTL_TAVIX_GetVcomCfg, static_cast<int32_t>(0xC0000001), kSimForever),
@@ -221,6 +229,11 @@ class UsbdPageLauncherTest : public UsbdPageTest {
         arguments_ = arguments;
         show_ = show;
     }
+    // The system's library is not asked; its place is taken here.
+    ReplacedCall<LoadLibraryW> library_{"LoadLibraryW", [](LPCWSTR name) {
+                                            const bool launcher = wcsstr(name, L"devmgr.dll") != nullptr;
+                                            return LoadLibraryW(launcher ? L"kernel32.dll" : name);
+                                        }};
     ReplacedCall<GetProcAddress> launcher_{
         "GetProcAddress", [this](HMODULE module, LPCSTR name) -> FARPROC {
             if (reinterpret_cast<size_t>(name) > 0xFFFF && std::string(name) == "DeviceProperties_RunDLLW")
@@ -460,6 +473,20 @@ TEST_F(UsbdPageTest, TheLoggingBoxSwitchesTheDriver) {
     ASSERT_EQ(driver_.QueryLogCfg(log), ERROR_SUCCESS);
     EXPECT_EQ(log.levels[0], 2);
     EXPECT_TRUE(page_.IsChecked(IDC_FILE_LOGGING));
+}
+
+TEST_F(UsbdPageTest, AUserWithoutRightsSeesAllAndIsToldThatNothingCanBeChanged) {
+    ASSERT_EQ(driver_.SetAccess({.refuseWrite = 1}), ERROR_SUCCESS);
+    OpenPage();
+    EXPECT_EQ(Text(IDC_USBD_MAPPING), L"This USB device maps to " + std::wstring(device_.portName) + L" .");
+    EXPECT_EQ(Text(IDC_USBD_STATUS), L"USB device is connected and working. (High speed)");
+    modal_.ExpectBox(L"TAVIX Message").Press(IDNO);
+    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
+    page_.Click(IDC_FILE_LOGGING);
+    ASSERT_EQ(modal_.boxes().size(), 2u);
+    EXPECT_EQ(modal_.boxes()[1].text,
+              L"Cannot make the change, probably because you are not the Administrator.");
+    EXPECT_FALSE(page_.IsChecked(IDC_FILE_LOGGING));
 }
 
 // ---- messages ----

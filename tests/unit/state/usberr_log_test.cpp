@@ -4,14 +4,17 @@
 
 #include <string>
 
+#include "base/windows_api.h"
+
+#include <setupapi.h>
+#include <shlobj.h>
+
 #include "base/xfmt.h"
 #include "tests/support/guarded_buffer.h"
 #include "tests/support/heap_texts.h"
 #include "tests/support/import_redirect.h"
 
 namespace {
-
-const std::string kSeparatorLine = "*========================================*\r\n";
 
 // ---- path ----
 
@@ -45,6 +48,48 @@ TEST(UsberrRelativePath, AnOverlongIdIsCut) {
     GuardedBuffer<wchar_t> path(kUsberrPathChars);
     UsberrRelativePath(std::wstring(300, L'x').c_str(), path.data());
     EXPECT_EQ(wcslen(path.data()), 259u);
+}
+
+// Of a device whose instance ID is all that is known.
+bool LogPath(std::wstring& text) {
+    REPLACE_CALL(id, SetupDiGetDeviceInstanceIdW,
+                 [](HDEVINFO, SP_DEVINFO_DATA*, WCHAR* buffer, DWORD chars, DWORD*) {
+                     return wcscpy_s(buffer, chars, L"USB\\V\\S") == 0 ? TRUE : FALSE;
+                 });
+    SP_DEVINFO_DATA device = {};
+    GuardedBuffer<wchar_t> path(kUsberrPathChars);
+    const bool told = UsberrLogPath(nullptr, &device, path.data());
+    text = path.data();
+    return told;
+}
+
+TEST(UsberrLogPath, LiesBelowTheWindowsDirectory) {
+    REPLACE_CALL(directory, GetWindowsDirectoryW, [](LPWSTR buffer, UINT) {
+        wcscpy(buffer, L"D:\\Win");
+        return UINT{6};
+    });
+    std::wstring path;
+    EXPECT_TRUE(LogPath(path));
+    EXPECT_EQ(path, L"D:\\Win\\System32\\QrvTavix\\usberr\\usberr_USB#V#S.log");
+}
+
+TEST(UsberrLogPath, CannotBeToldWithoutAWindowsDirectoryThatFits) {
+    for (const UINT answer : {0u, 260u, 300u}) {
+        REPLACE_CALL(directory, GetWindowsDirectoryW, [=](LPWSTR, UINT) { return answer; });
+        std::wstring path = L"left over";
+        EXPECT_FALSE(LogPath(path)) << answer;
+        EXPECT_EQ(path, L"") << answer;
+    }
+}
+
+TEST(UsberrLogPath, OfALongWindowsDirectoryIsCut) {
+    REPLACE_CALL(directory, GetWindowsDirectoryW, [](LPWSTR buffer, UINT) {
+        wcscpy(buffer, std::wstring(259, L'w').c_str());
+        return UINT{259};
+    });
+    std::wstring path;
+    EXPECT_TRUE(LogPath(path));
+    EXPECT_EQ(path, std::wstring(259, L'w'));
 }
 
 // ---- files ----
@@ -238,6 +283,13 @@ TEST(UsberrSavePath, IsInTheProfileFolderWithTheTimeInFront) {
     wchar_t profile[MAX_PATH];
     GetEnvironmentVariableW(L"USERPROFILE", profile, MAX_PATH);
     EXPECT_EQ(std::wstring(path), profile + std::wstring(L"\\20260316_142501-usberr_USB#V#S.log"));
+}
+
+TEST(UsberrSavePath, CannotBeToldWithoutAProfileFolder) {
+    REPLACE_CALL(folder, SHGetFolderPathW, [](HWND, int, HANDLE, DWORD, LPWSTR) { return E_FAIL; });
+    wchar_t path[kUsberrPathChars] = L"left over";
+    EXPECT_FALSE(UsberrSavePath(L"C:\\usberr.log", {}, path));
+    EXPECT_STREQ(path, L"");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Load and unload of the module. Runs under the loader lock.
+// Loading and unloading the module, under the loader lock. The end of the process does not come here
+// (base/dll_startup.cpp).
 #include "base/module.h"
 #include "base/windows_api.h"
 #include "ui/activation_context.h"
@@ -20,14 +21,13 @@ void OnProcessDetach() noexcept {
 
 }  // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void* reserved) {
-    const bool processEnds = reserved != nullptr;  // of a detachment
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void*) {
     switch (reason) {
         case DLL_PROCESS_ATTACH:
             OnProcessAttach(instance);
             break;
         case DLL_PROCESS_DETACH:
-            if (!processEnds) OnProcessDetach();
+            OnProcessDetach();
             break;
         default:
             break;

@@ -3,7 +3,6 @@
 #include <commctrl.h>
 
 #include "base/module.h"
-#include "base/never_destroyed.h"
 #include "base/win32_handle.h"
 
 namespace {
@@ -31,8 +30,7 @@ struct ModuleContext {
     LoadedLibrary commonControls;
     InitCommonControlsFunction initCommonControls = nullptr;
 };
-NeverDestroyed<ModuleContext> g_keptModule;
-ModuleContext& g_module = g_keptModule.object;
+ModuleContext g_module;
 
 // Active until the end of the scope. Deactivating leaves the thread's last error alone.
 class ActiveContext {

@@ -2,7 +2,6 @@
 
 #include "base/files.h"
 #include "base/module.h"
-#include "base/never_destroyed.h"
 #include "base/no_error_boxes.h"
 #include "base/trace_line.h"
 #include "base/win32_handle.h"
@@ -22,8 +21,7 @@ constexpr WORD kSmallIcon = 18002;
 
 constexpr int kAboutCapacity = 200;
 
-NeverDestroyed<LoadedLibrary> g_keptLibrary;
-LoadedLibrary& g_library = g_keptLibrary.object;
+LoadedLibrary g_library;
 bool g_active = false;
 wchar_t g_aboutText[kAboutCapacity];
 

@@ -1,5 +1,5 @@
 // The device installer loads and unloads the DLL for every event: nothing may stay behind. And what the DLL
-// tells of itself.
+// says of itself.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -97,33 +97,42 @@ TEST(ModuleLoad, AThousandLoadsLeaveNothingBehind) {
     EXPECT_LE(bytesAfter, bytesBefore + 64 * 1024);
 }
 
-BOOL WINAPI NoticeFreeLibrary(HMODULE) {
-    TerminateProcess(GetCurrentProcess(), 7);
-    return FALSE;
+constexpr int kFreed = 7;
+
+void WINAPI NoticeFreeing() {
+    TerminateProcess(GetCurrentProcess(), kFreed);
 }
 
-void WINAPI NoticeRelease(HANDLE) {
-    TerminateProcess(GetCurrentProcess(), 8);
-}
-
-// The replaced calls stay replaced: nothing is destroyed on the way to ExitProcess.
-[[noreturn]] void EndProcessWithTheModuleLoaded() {
+// Ends the process with the module loaded, or unloads it first: with kFreed when the module then calls the
+// function. The call stays replaced, as nothing is destroyed on the way to ExitProcess.
+[[noreturn]] void EndProcessWatching(const char* function, bool unload) {
     const HMODULE module = LoadLibraryW(TAVIX_COINSTALLER_DLL);
     if (module == nullptr) ExitProcess(1);
-    const ImportRedirect library(module, nullptr, "FreeLibrary", reinterpret_cast<void*>(&NoticeFreeLibrary));
-    const ImportRedirect context(module, nullptr, "ReleaseActCtx", reinterpret_cast<void*>(&NoticeRelease));
-    ExitProcess(0);
+    const ImportRedirect watched(module, nullptr, function, reinterpret_cast<void*>(&NoticeFreeing));
+    if (unload) FreeLibrary(module);
+    ExitProcess(watched.found() ? 0 : 2);
 }
 
 TEST(ModuleLoad, TheEndOfTheProcessFreesNothing) {
-    EXPECT_EXIT(EndProcessWithTheModuleLoaded(), testing::ExitedWithCode(0), "");
+    for (const char* function : {"free", "FreeLibrary", "ReleaseActCtx", "DeleteCriticalSection"}) {
+        SCOPED_TRACE(function);
+        EXPECT_EXIT(EndProcessWatching(function, false), testing::ExitedWithCode(0), "");
+    }
+}
+
+// The same watch, where something is freed.
+TEST(ModuleLoad, UnloadingFreesHeapBlocksAndLibraries) {
+    for (const char* function : {"free", "FreeLibrary"}) {
+        SCOPED_TRACE(function);
+        EXPECT_EXIT(EndProcessWatching(function, true), testing::ExitedWithCode(kFreed), "");
+    }
 }
 
 TEST(ModuleVersion, InItsResourcesIsTheOneThatItsTextsShow) {
     const LoadedLibrary library(LoadLibraryW(TAVIX_COINSTALLER_DLL));
     const HRSRC found = FindResourceW(library.get(), MAKEINTRESOURCEW(VS_VERSION_INFO), RT_VERSION);
     ASSERT_NE(found, nullptr);
-    constexpr size_t kFixedPart = 40;  // behind three words and the padded key "VS_VERSION_INFO"
+    constexpr size_t kFixedPart = 40;  // after three words and the padded key "VS_VERSION_INFO"
     ASSERT_GE(SizeofResource(library.get(), found), kFixedPart + sizeof(VS_FIXEDFILEINFO));
     VS_FIXEDFILEINFO info;
     const void* bytes = LockResource(LoadResource(library.get(), found));

@@ -17,8 +17,6 @@ namespace {
 
 using Steps = std::vector<std::string>;
 
-void* const kUnloaded = nullptr;
-void* const kProcessEnds = reinterpret_cast<void*>(1);
 const auto kLibrary = reinterpret_cast<HMODULE>(0x5550);
 
 class ModuleEntryTest : public testing::Test {
@@ -33,9 +31,9 @@ class ModuleEntryTest : public testing::Test {
         SetModuleInstance(nullptr);
     }
 
-    BOOL Notify(DWORD reason, void* reserved = kUnloaded) {
+    BOOL Notify(DWORD reason) {
         steps_.clear();
-        return DllMain(GetModuleHandleW(nullptr), reason, reserved);
+        return DllMain(GetModuleHandleW(nullptr), reason, nullptr);
     }
 
     ScratchSystemDirectory system_;
@@ -85,13 +83,6 @@ TEST_F(ModuleEntryTest, UnloadingFreesTheLibraryAndForgetsTheHandle) {
     EXPECT_EQ(Notify(DLL_PROCESS_DETACH), TRUE);
     EXPECT_EQ(steps_, Steps{"free library"});
     EXPECT_EQ(ModuleInstance(), nullptr);
-}
-
-TEST_F(ModuleEntryTest, TheEndOfTheProcessFreesNothing) {
-    Notify(DLL_PROCESS_ATTACH);
-    EXPECT_EQ(Notify(DLL_PROCESS_DETACH, kProcessEnds), TRUE);
-    EXPECT_EQ(steps_, Steps{});
-    EXPECT_EQ(ModuleInstance(), GetModuleHandleW(nullptr));
 }
 
 TEST_F(ModuleEntryTest, AMissingLibraryIsNoReasonNotToLoad) {

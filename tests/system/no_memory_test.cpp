@@ -19,6 +19,7 @@ namespace {
 
 constexpr DWORD kPostProcessingRequired = 0xE0000226;
 constexpr wchar_t kParametersKey[] = L"SYSTEM\\CurrentControlSet\\services\\Qrv_tavix\\Parameters";
+constexpr wchar_t kUnknownInstanceId[] = L"ACPI\\TAVIXTEST\\1";
 constexpr UINT_PTR kVcomTimer = 51;
 
 // The VCOM's sheet, as Device Manager makes it.
@@ -81,16 +82,23 @@ class NoMemoryTest : public PackageTest {
     }
 
     DWORD Call(DI_FUNCTION function, const std::wstring& instanceId) {
-        OpenedNode node(instanceId);
+        OpenedNode node =
+            instanceId == kUnknownInstanceId ? OpenedNode::Unregistered(instanceId) : OpenedNode(instanceId);
         EXPECT_TRUE(node);
         return CallExport(function, node);
     }
 
-    // The DLL that the package has installed stays loaded, so that its calls can be replaced.
-    const LoadedLibrary module_{LoadLibraryW(L"tavix_coinstaller.dll")};
+    // The DLL that the package installs with the first device stays loaded, so that its calls can be
+    // replaced.
+    const LoadedLibrary module_ = LoadInstalledModule();
     std::vector<std::wstring> boxes_;
 
   private:
+    LoadedLibrary LoadInstalledModule() {
+        Plug(first);
+        return LoadedLibrary(LoadLibraryW(L"tavix_coinstaller.dll"));
+    }
+
     ReplacedCall<MessageBoxW> box_{"MessageBoxW",
                                    [this](HWND, const wchar_t* text, const wchar_t*, UINT style) {
                                        boxes_.emplace_back(text);
@@ -100,7 +108,6 @@ class NoMemoryTest : public PackageTest {
 };
 
 TEST_F(NoMemoryTest, InstallingAnyDeviceComesBackAndMarksTheDetection) {
-    Plug(first);
     struct Row {
         std::wstring node;
         DWORD result;
@@ -108,7 +115,8 @@ TEST_F(NoMemoryTest, InstallingAnyDeviceComesBackAndMarksTheDetection) {
     };
     const Row rows[] = {{first.InstanceId(), NO_ERROR, true},
                         {VcomInstanceId(first), kPostProcessingRequired, false},
-                        {kBusInstanceId, NO_ERROR, true}};
+                        {kBusInstanceId, NO_ERROR, true},
+                        {kUnknownInstanceId, NO_ERROR, true}};
     for (const Row& row : rows) {
         WithEverMoreMemory([&](const auto&) {
             RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kParametersKey, L"InitVMDetectDone");
@@ -123,7 +131,6 @@ TEST_F(NoMemoryTest, InstallingAnyDeviceComesBackAndMarksTheDetection) {
 }
 
 TEST_F(NoMemoryTest, EveryOtherEventComesBackToo) {
-    Plug(first);
     for (const DI_FUNCTION function : {DIF_PROPERTYCHANGE, DIF_SELECTDEVICE, DIF_DESTROYPRIVATEDATA})
         for (const std::wstring& node :
              {first.InstanceId(), VcomInstanceId(first), std::wstring(kBusInstanceId)})
@@ -131,7 +138,6 @@ TEST_F(NoMemoryTest, EveryOtherEventComesBackToo) {
 }
 
 TEST_F(NoMemoryTest, EveryDeviceGetsItsPage) {
-    Plug(first);
     for (const std::wstring& node :
          {first.InstanceId(), VcomInstanceId(first), std::wstring(kBusInstanceId)}) {
         WithEverMoreMemory([&](const auto&) {
@@ -149,7 +155,6 @@ TEST_F(NoMemoryTest, EveryDeviceGetsItsPage) {
 }
 
 TEST_F(NoMemoryTest, TheVcomPageOpensAndCloses) {
-    Plug(first);
     WithEverMoreMemory([&](const auto& refused) {
         {
             const VcomSheet sheet(VcomInstanceId(first));
@@ -163,7 +168,6 @@ TEST_F(NoMemoryTest, TheVcomPageOpensAndCloses) {
 }
 
 TEST_F(NoMemoryTest, TheVcomPagesTickAndRefreshSayWhenTheyCannotReadTheName) {
-    Plug(first);
     const VcomSheet sheet(VcomInstanceId(first));
     ASSERT_TRUE(sheet);
     const std::vector<std::wstring> failed = {L"Error fetching device friendly name!"};
@@ -180,7 +184,6 @@ TEST_F(NoMemoryTest, TheVcomPagesTickAndRefreshSayWhenTheyCannotReadTheName) {
 }
 
 TEST_F(NoMemoryTest, TheVcomPageSaves) {
-    Plug(first);
     const VcomSheet sheet(VcomInstanceId(first));
     ASSERT_TRUE(sheet);
     WithEverMoreMemory([&](const auto&) {

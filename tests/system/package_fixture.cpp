@@ -12,10 +12,21 @@ namespace {
 bool busWasThere = false;
 }
 
-OpenedNode::OpenedNode(std::wstring_view instanceId) : set_(SetupDiCreateDeviceInfoList(nullptr, nullptr)) {
+OpenedNode::OpenedNode() : set_(SetupDiCreateDeviceInfoList(nullptr, nullptr)) {
     element_.cbSize = sizeof(element_);
+}
+
+OpenedNode::OpenedNode(std::wstring_view instanceId) : OpenedNode() {
     found_ =
         set_ && SetupDiOpenDeviceInfoW(set_.get(), std::wstring(instanceId).c_str(), nullptr, 0, &element_);
+}
+
+OpenedNode OpenedNode::Unregistered(std::wstring_view instanceId) {
+    constexpr GUID kNoClass = {};
+    OpenedNode node;
+    node.found_ = SetupDiCreateDeviceInfoW(node.set(), std::wstring(instanceId).c_str(), &kNoClass, nullptr,
+                                           nullptr, 0, node.element());
+    return node;
 }
 
 std::wstring OpenedNode::Text(DWORD property) {

@@ -18,6 +18,8 @@ constexpr wchar_t kBusInstanceId[] = L"ROOT\\QRV_VBUS\\0000";
 class OpenedNode {
   public:
     explicit OpenedNode(std::wstring_view instanceId);
+    // One that the system does not know: it exists in this list only.
+    static OpenedNode Unregistered(std::wstring_view instanceId);
     explicit operator bool() const { return found_; }
 
     HDEVINFO set() const { return set_.get(); }
@@ -28,6 +30,8 @@ class OpenedNode {
     DWORD InstallFlagsEx();
 
   private:
+    OpenedNode();
+
     DeviceInfoList set_;
     SP_DEVINFO_DATA element_ = {};
     bool found_ = false;

@@ -1,5 +1,7 @@
 #include "ui/info_box/layout.h"
 
+#include <atomic>
+
 #include "base/xfmt.h"
 
 #include "tests/support/import_redirect.h"
@@ -179,6 +181,55 @@ TEST_F(InfoBoxLayoutTest, GrowsUpToTheWorkAreaAndThenKeepsItsScrollBar) {
         box.Resize(400, 300);
         box.Resize(5000, 5000);
         EXPECT_TRUE(box.HasScrollBar());
+        box.Command(kInfoBoxOkId);
+    });
+}
+
+// Counts what a control paints of itself.
+class Paintings {
+  public:
+    explicit Paintings(HWND control) : control_(control) {
+        SetPropW(control, kProperty, this);
+        usual_ = reinterpret_cast<WNDPROC>(
+            SetWindowLongPtrW(control, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(OnMessage)));
+    }
+    ~Paintings() {
+        SetWindowLongPtrW(control_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(usual_));
+        RemovePropW(control_, kProperty);
+    }
+    int ofText() const { return ofText_; }
+    int withScrollBar() const { return withScrollBar_; }
+
+  private:
+    static constexpr wchar_t kProperty[] = L"Paintings";
+
+    static LRESULT CALLBACK OnMessage(HWND control, UINT message, WPARAM wParam, LPARAM lParam) {
+        auto& self = *static_cast<Paintings*>(GetPropW(control, kProperty));
+        const bool hasBar = (GetWindowLongPtrW(control, GWL_STYLE) & WS_VSCROLL) != 0;
+        if (message == WM_PAINT) ++self.ofText_;
+        if ((message == WM_PAINT || message == WM_NCPAINT) && hasBar) ++self.withScrollBar_;
+        return CallWindowProcW(self.usual_, control, message, wParam, lParam);
+    }
+
+    HWND control_;
+    WNDPROC usual_;
+    std::atomic<int> ofText_ = 0;
+    std::atomic<int> withScrollBar_ = 0;
+};
+
+// With a line end at its end the text has one line more than fits, an empty one that needs no room.
+TEST_F(InfoBoxLayoutTest, ATextThatFitsIsShownAnewWithoutAScrollBarAndWithoutFlicker) {
+    const std::wstring text = Lines(20, L"line") + L"\n";
+    Show(WithNextTexts({text, text}), text.c_str(), [&](OpenInfoBox& box) {
+        EXPECT_FALSE(box.HasScrollBar());
+        const Paintings paintings(GetDlgItem(box.hwnd(), kInfoBoxTextId));
+        for (int refresh = 0; refresh < 2; ++refresh) {
+            const int before = paintings.ofText();
+            box.Command(kInfoBoxRefreshId);
+            EXPECT_FALSE(box.HasScrollBar());
+            EXPECT_TRUE(WaitUntil("the text to be painted", [&] { return paintings.ofText() > before; }));
+        }
+        EXPECT_EQ(paintings.withScrollBar(), 0);
         box.Command(kInfoBoxOkId);
     });
 }

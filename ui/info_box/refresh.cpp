@@ -34,6 +34,17 @@ void ApplyResult(FlexiInfoState& state, uint32_t result) noexcept {
     }
 }
 
+// The control would bring its scroll bar back for the empty line after the last line end, which needs no
+// room.
+void SetTextOnly(HWND control, const wchar_t* text) noexcept {
+    const bool hadScrollBar = (GetWindowLongPtrW(control, GWL_STYLE) & WS_VSCROLL) != 0;
+    SendMessageW(control, WM_SETREDRAW, FALSE, 0);
+    SetWindowTextW(control, text);
+    if (!hadScrollBar) ShowScrollBar(control, SB_VERT, FALSE);
+    SendMessageW(control, WM_SETREDRAW, TRUE, 0);
+    InvalidateRect(control, nullptr, TRUE);
+}
+
 // "2024-03-05 09:07:02", local time. False when there has been no refresh or the system cannot convert its
 // time.
 bool FormatRefreshTime(int64_t unixSeconds, wchar_t (&text)[kCaptionChars]) noexcept {
@@ -74,7 +85,7 @@ bool ConvertText(FlexiInfoState& state) noexcept {
 
 void ShowDisplayText(const FlexiInfoState& state) noexcept {
     const HWND control = GetDlgItem(state.hwnd, kInfoBoxTextId);
-    SetWindowTextW(control, state.display.get());
+    SetTextOnly(control, state.display.get());
     if (state.params.scrollToEnd != 0)
         SendMessageW(control, EM_LINESCROLL, 0, SendMessageW(control, EM_GETLINECOUNT, 0, 0));
 }

@@ -52,6 +52,12 @@ const char* ProcessEnvironmentBlock() {
     return reinterpret_cast<const char*>(information.PebBaseAddress);
 }
 
+// Otherwise the system makes each of them when a window first shows its color, and keeps it.
+void MakeSystemBrushes() {
+    for (int color = 0; color <= COLOR_MENUBAR; ++color)
+        GetSysColorBrush(color);
+}
+
 BOOL CALLBACK CountChild(HWND, LPARAM count) {
     ++*reinterpret_cast<long*>(count);
     return TRUE;
@@ -182,6 +188,7 @@ LeakCounts CountAll() {
     LeakCounts counts;
     // The first look at windows connects the process to the desktop, which costs handles and GDI objects.
     CountWindows();
+    MakeSystemBrushes();
     counts.kernelHandles = CountKernelHandles();
     counts.gdiObjects = CountGdiObjects();
     counts.windows = CountWindows();

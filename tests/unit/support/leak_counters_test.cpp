@@ -101,6 +101,12 @@ TEST(ExpectNoLeaks, ABalancedBodyPasses) {
     ExpectNoLeaks([] { CloseHandle(CreateEventW(nullptr, TRUE, FALSE, nullptr)); });
 }
 
+// The system makes each of its brushes when it is first asked for and keeps it.
+TEST(ExpectNoLeaks, TheSystemsOwnBrushesDoNotCount) {
+    int color = COLOR_SCROLLBAR;
+    ExpectNoLeaks([&] { GetSysColorBrush(color++); }, COLOR_MENUBAR);
+}
+
 std::vector<HBRUSH> leakedBrushes;
 std::vector<void*> leakedBlocks;
 

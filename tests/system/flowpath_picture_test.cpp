@@ -1,4 +1,5 @@
 // Pictures of the Flowpath statistics in each state, for people to look at.
+#include "tests/support/larger_fonts.h"
 #include "tests/support/screenshot.h"
 #include "tests/system/flowpath_fixture.h"
 
@@ -6,7 +7,9 @@ namespace {
 
 class FlowpathPicture : public FlowpathStatTest {
   protected:
+    // All of the text fits, whatever the window has shown before.
     static void Take(const OpenInfoBox& box, const wchar_t* name) {
+        EXPECT_FALSE(box.HasScrollBar()) << NarrowText(name);
         EXPECT_FALSE(SaveScreenshot(box.hwnd(), std::wstring(L"flowpath_") + name).empty());
     }
     static constexpr FlowpathStat_st Busy() {
@@ -42,8 +45,13 @@ TEST_F(FlowpathPicture, Idle) {
     Show([&](OpenInfoBox& box) { Take(box, L"idle"); });
 }
 
-TEST_F(FlowpathPicture, TransferringWithBothBuffersFull) {
+TEST_F(FlowpathPicture, Transferring) {
     FlowpathStat_st stat = Busy();
+    stat.readBufferPeakBytes = stat.writeBufferPeakBytes = 12'000;
+    stat.vcomReadBytes += stat.readBufferBytes;
+    stat.readBufferBytes = 0;
+    stat.vcomWrittenBytes -= stat.writeBufferBytes;
+    stat.writeBufferBytes = 0;
     Declare(stat);
     Show([&](OpenInfoBox& box) {
         stat.usbReceivedBytes += 234'567;
@@ -60,6 +68,26 @@ TEST_F(FlowpathPicture, TransferringWithBothBuffersFull) {
         tick_ += 500;
         box.Command(kInfoBoxRefreshId);
         Take(box, L"thousand_separator");
+    });
+}
+
+TEST_F(FlowpathPicture, BothBuffersFull) {
+    Declare(Busy());
+    Show([&](OpenInfoBox& box) {
+        tick_ += 500;
+        box.Tick();
+        Take(box, L"both_full");
+    });
+}
+
+TEST_F(FlowpathPicture, At150Percent) {
+    const LargerFonts fonts;
+    Declare(Busy());
+    Show([&](OpenInfoBox& box) {
+        Take(box, L"150_percent");
+        ASSERT_EQ(driver_.SetOnline(kHuid, false), ERROR_SUCCESS);
+        box.Tick();
+        Take(box, L"150_percent_lost");
     });
 }
 

@@ -3,9 +3,9 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "resources/resource_ids.h"
+#include "tests/support/larger_fonts.h"
 #include "tests/support/resource_library.h"
 #include "tests/support/scratch_system_directory.h"
 #include "tests/support/screenshot.h"
@@ -137,22 +137,8 @@ TEST_F(GlobalSettingsPicture, WithACustomersIcon) {
     FreeCustomResourceLibrary();
 }
 
-// The dialog as it is with a font one and a half times as large, which everything else is measured in.
 TEST_F(GlobalSettingsPicture, At150Percent) {
-    REPLACE_CALL(
-        box, DialogBoxParamW,
-        [](HINSTANCE instance, LPCWSTR name, HWND owner, DLGPROC procedure, LPARAM param) {
-            const HRSRC place = FindResourceW(instance, name, RT_DIALOG);
-            const auto* bytes = static_cast<const uint8_t*>(LockResource(LoadResource(instance, place)));
-            std::vector<uint8_t> dialogTemplate(bytes, bytes + SizeofResource(instance, place));
-            // 26 bytes of head, no menu, the usual class, the caption, then the point size.
-            const size_t caption = 26 + 2 + 2;
-            const size_t captionChars = wcslen(reinterpret_cast<const wchar_t*>(bytes + caption)) + 1;
-            dialogTemplate[caption + captionChars * 2] = 12;
-            return DialogBoxIndirectParamW(instance,
-                                           reinterpret_cast<const DLGTEMPLATE*>(dialogTemplate.data()), owner,
-                                           procedure, param);
-        });
+    const LargerFonts fonts;
     record_.prefetchMode = kPrefetchAndRecycle;
     Take(L"150_percent");
 }

@@ -369,6 +369,30 @@ TEST_F(RegistryExport, AFolderThatTakesNoFileShowsTheCommand) {
     }
 }
 
+// The one folder that refuses new files to every user of this platform, however privileged.
+TEST_F(RegistryExport, AFolderWithoutPermissionShowsTheCommand) {
+    const std::wstring path = L"Z:\\sys";
+    const FileHandle refused(CreateFileW((path + L"\\tavix-global.reg").c_str(), GENERIC_WRITE, 0, nullptr,
+                                         CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const DWORD error = GetLastError();
+    ASSERT_FALSE(refused);
+    ASSERT_EQ(error, DWORD{ERROR_ACCESS_DENIED});
+    const ProfileFolder folder(path);
+    ExpectError();
+    Export();
+    EXPECT_EQ(LastBoxText(), kFailed + CommandFor(path + L"\\tavix-global.reg", L"/y"));
+}
+
+// Another program keeps the earlier export to itself.
+TEST_F(RegistryExport, AFileThatIsInUseShowsTheCommand) {
+    const FileHandle kept(CreateFileW(ProfileFile().c_str(), GENERIC_READ, 0, nullptr, CREATE_ALWAYS,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(kept);
+    ExpectError();
+    Export();
+    EXPECT_EQ(LastBoxText(), kFailed + CommandFor(ProfileFile(), L"/y"));
+}
+
 TEST_F(RegistryExport, WithoutAFolderNothingIsRun) {
     const ProfileFolder folder(L"", E_FAIL);
     const ReplacedReg reg(L"cmd.exe /c exit 0");

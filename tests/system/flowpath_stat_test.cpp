@@ -5,6 +5,7 @@
 
 #include "driver/flowpath_report.h"
 #include "state/device_values.h"
+#include "tests/support/clipboard_text.h"
 #include "tests/system/flowpath_fixture.h"
 #include "ui/info_box/menu.h"
 
@@ -56,6 +57,26 @@ TEST_F(FlowpathStatTest, TheMenuHasItsFiveEntries) {
               L"Show last refresh time on title\nReset session Stat\n");
     for (const MenuItemRecord& item : menu.items)
         EXPECT_FALSE(item.checked()) << NarrowText(item.text);
+}
+
+TEST_F(FlowpathStatTest, TheMenuCopiesTheText) {
+    const PatientClipboard clipboard;
+    modal_.ExpectMenu().Choose(MenuCommandOf(FIMI_CopyToClipboard));
+    Show([&](OpenInfoBox& box) {
+        box.RightClick();
+        EXPECT_EQ(ClipboardText(), box.Text());
+    });
+}
+
+TEST_F(FlowpathStatTest, TheMenuShowsTheRefreshTimeInPlaceOfTheTitle) {
+    modal_.ExpectMenu().Choose(MenuCommandOf(FIMI_ShowRefreshTime));
+    Show([&](OpenInfoBox& box) {
+        EXPECT_EQ(box.Caption(), kFlowpathTitle);
+        box.RightClick();
+        EXPECT_EQ(box.Caption().size(), wcslen(L"2024-03-05 09:07:02"));
+        box.Tick();
+        EXPECT_EQ(box.Caption().size(), wcslen(L"2024-03-05 09:07:02"));
+    });
 }
 
 TEST_F(FlowpathStatTest, ADetachedWindowHasNoOwnerAndCanBeAttached) {
@@ -383,8 +404,7 @@ TEST_F(FlowpathStatTest, RepliesOfEveryLengthCountWithTheBytesThatCame) {
     FlowpathStat_st whole = {};
     std::memset(&whole, 0x23, sizeof(whole));
     Show([&](OpenInfoBox& box) {
-        for (const uint32_t bytes :
-             {0u, 1u, 8u, 23u, 24u, 25u, 39u, 40u, 95u, 100u, 136u, 199u, 223u, 224u}) {
+        for (uint32_t bytes = 0; bytes <= sizeof(whole); ++bytes) {
             const auto* start = reinterpret_cast<const uint8_t*>(&whole);
             ASSERT_EQ(driver_.AnswerNext(IOCTL_TAVIX_GetFlowpathStat, {start, bytes}), ERROR_SUCCESS);
             FlowpathStat_st came = {};

@@ -519,18 +519,41 @@ TEST_F(GlobalSettingsDialog, AFailedSaveCanBeTriedAgain) {
               BytesOf(expected));
 }
 
-TEST_F(GlobalSettingsDialog, NamesTheDriversOwnRefusal) {
+struct RefusalRow {
+    const char* name;
+    Bytes reply;
+    const wchar_t* text;
+};
+void PrintTo(const RefusalRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class DriversRefusal : public GlobalSettingsDialog, public testing::WithParamInterface<RefusalRow> {};
+
+TEST_P(DriversRefusal, IsNamedAndKeepsItOpen) {
     Open([this] {
-        const uint32_t result = UfAppErr_Registry;
-        ASSERT_EQ(driver_.AnswerNext(IOCTL_TAVIX_SetGlobalCfg,
-                                     std::span(reinterpret_cast<const uint8_t*>(&result), sizeof(result))),
-                  ERROR_SUCCESS);
+        ASSERT_EQ(driver_.AnswerNext(IOCTL_TAVIX_SetGlobalCfg, GetParam().reply), ERROR_SUCCESS);
         modal_.ExpectBox(kMessage).Press(IDOK);
         dialog_.Click(IDOK);
-        EXPECT_EQ(LastBoxText(), L"Error calling AllGlb_SaveDlgInfo(). UfAppErr=5(UfAppErr_Registry).");
+        EXPECT_EQ(LastBoxText(), GetParam().text);
         EXPECT_TRUE(IsOpen());
     });
 }
+
+constexpr wchar_t kNotAllowed[] = L"Cannot make the change, probably because you are not the Administrator.";
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, DriversRefusal,
+    testing::Values(
+        RefusalRow{
+            "Registry", {5, 0, 0, 0}, L"Error calling AllGlb_SaveDlgInfo(). UfAppErr=5(UfAppErr_Registry)."},
+        RefusalRow{"AccessDenied", {8, 0, 0, 0}, kNotAllowed}, RefusalRow{"CutToOneByte", {8}, kNotAllowed},
+        RefusalRow{
+            "Unknown", {1, 0, 0, 0}, L"Error calling AllGlb_SaveDlgInfo(). UfAppErr=1(UfApperr(UNKNOWN))."},
+        RefusalRow{"Negative",
+                   {255, 255, 255, 255},
+                   L"Error calling AllGlb_SaveDlgInfo(). UfAppErr=-1(UfApperr(UNKNOWN))."}),
+    [](const auto& row) { return row.param.name; });
 
 TEST_F(GlobalSettingsDialog, ABusThatWentAwayKeepsItOpen) {
     Open([this] {

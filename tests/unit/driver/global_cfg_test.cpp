@@ -30,8 +30,10 @@ TEST_F(GlobalSettings, AreReadWhole) {
 }
 
 TEST_F(GlobalSettings, ThatCannotBeReadStayAsTheyWere) {
-    fake_.replies[IOCTL_TAVIX_GetGlobalCfg].claimedBytes = 443;
-    EXPECT_EQ(GetGlobalCfg(global_), UfAppErr_Unknown);
+    for (DWORD bytes = 0; bytes < sizeof(GlobalCfg_st); ++bytes) {
+        fake_.replies[IOCTL_TAVIX_GetGlobalCfg].claimedBytes = bytes;
+        EXPECT_EQ(GetGlobalCfg(global_), UfAppErr_Unknown) << bytes;
+    }
     fake_.replies[IOCTL_TAVIX_GetGlobalCfg] = FakeReply::Failure(ERROR_ACCESS_DENIED);
     EXPECT_EQ(GetGlobalCfg(global_), UfAppErr_Unknown);
     fake_.hasInterface = false;

@@ -14,6 +14,26 @@ function(tavix_add_floor name)
     endforeach()
 endfunction()
 
+# A DLL that ships, as target TARGET: NAME.def says what it exports, everything else stays inside; the rest are the
+# libraries that it is made of. A copy without debug information goes to the folder "package", target TARGET_stripped.
+function(tavix_add_product_dll target name)
+    add_library(${target} SHARED ${name}.def)
+    set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${name} LINKER_LANGUAGE CXX)
+    target_link_libraries(${target} PRIVATE tavix_product_options tavix_module_entry tavix_dll_runtime
+        tavix_dll_startup ${ARGN})
+    # The oldest supported system.
+    target_link_options(${target} PRIVATE
+        -Wl,--major-subsystem-version=5,--minor-subsystem-version=2
+        -Wl,--major-os-version=5,--minor-os-version=2)
+    set(shipped ${CMAKE_BINARY_DIR}/package/${name}.dll)
+    add_custom_command(OUTPUT ${shipped}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/package
+        COMMAND ${CMAKE_STRIP} --strip-all -o ${shipped} $<TARGET_FILE:${target}>
+        DEPENDS ${target}
+        VERBATIM)
+    add_custom_target(${target}_stripped ALL DEPENDS ${shipped})
+endfunction()
+
 # Most of a build's time is spent on the tests, and nobody waits for how fast they compute.
 function(tavix_build_quickly name)
     target_compile_options(${name} PRIVATE -O0 -g1)

@@ -1,23 +1,18 @@
 #include "installer/coinstaller.h"
 
-#include <memory>
+#include <optional>
 
 #include "base/trace_line.h"
+#include "driver/device_kind.h"
 #include "driver/vbus.h"
+#include "driver/vbus_install.h"
+#include "driver/vm_tuning.h"
 #include "installer/call_record.h"
-#include "installer/device_kind.h"
 #include "installer/dif_names.h"
 #include "installer/page_registration.h"
 #include "installer/property_change.h"
-#include "installer/vbus_install.h"
-#include "installer/vm_tuning.h"
-#include "pages/usbd_page.h"
-#include "pages/vbus_page.h"
-#include "pages/vcom_page.h"
-#include "resources/resource_ids.h"
+#include "pages/device_page.h"
 #include "ui/activation_context.h"
-#include "ui/custom_resource.h"
-#include "ui/custom_resource_check.h"
 
 namespace {
 
@@ -72,38 +67,12 @@ void SendRemoveNotice(const CallRecord& call) noexcept {
     DoDeviceIoctl(call.deviceSet, call.device, IOCTL_TAVIX_RemoveDevice, nullptr, 0);
 }
 
-// Without memory for its object the page is asked for without one. An object that no page has taken is
-// destroyed here.
-template <typename Params>
-void AddPage(const CallRecord& call, WORD templateId, DLGPROC procedure) noexcept {
-    std::unique_ptr<TavixProspageParam_base> params(new Params);
-    tavix_DIF_ADDPROPERTYPAGE_ADVANCED(call, templateId, procedure, params);
-}
-
-// The line names the installation, although a page was asked for.
-void CheckCustomResource() noexcept {
-    if (CheckCustomResourceFile()) return;
-    TraceLine(L"%s:%s : %s checking error!", DeviceKindLabel(DeviceKind::Usbd), DifName(DIF_INSTALLDEVICE),
-              kCustomResourceFileName);
-}
-
+// An object that no page has taken is destroyed here.
 void AddPropertyPage(const CallRecord& call, DeviceKind kind) noexcept {
-    switch (kind) {
-        case DeviceKind::Vcom:
-            AddPage<VcomProspageParams_st>(call, IDD_VCOM_PAGE, VcomProspageDlgProc);
-            break;
-        case DeviceKind::Usbd:
-            EnsureVbusDevice(nullptr);
-            ApplyVmTuningOnce();
-            AddPage<UsbdProspageParams_st>(call, IDD_USBD_PAGE, UsbdProspageDlgProc);
-            CheckCustomResource();
-            break;
-        case DeviceKind::Vbus:
-            AddPage<VbusProspageParams_st>(call, IDD_VBUS_PAGE, VbusProspageDlgProc);
-            break;
-        case DeviceKind::Unkn:
-            break;
-    }
+    std::optional<DevicePage> page = PrepareDevicePage(kind);
+    if (!page.has_value()) return;
+    tavix_DIF_ADDPROPERTYPAGE_ADVANCED(call, page->templateId, page->procedure, page->params);
+    FinishDevicePage(kind);
 }
 
 DWORD Dispatch(const CallRecord& call, DeviceKind kind, const HostProcess& host) noexcept {

@@ -5,8 +5,6 @@
 
 #include "base/windows_api.h"
 
-#include <prsht.h>
-
 #include "installer/call_record.h"
 #include "pages/prospage_params.h"
 
@@ -17,6 +15,3 @@
 // without an object is created all the same.
 DWORD tavix_DIF_ADDPROPERTYPAGE_ADVANCED(const CallRecord& call, WORD templateId, DLGPROC procedure,
                                          std::unique_ptr<TavixProspageParam_base>& params) noexcept;
-
-// Destroys the page's object when the property sheet releases the page.
-UINT CALLBACK ProspageCallback(HWND window, UINT message, PROPSHEETPAGEW* page) noexcept;

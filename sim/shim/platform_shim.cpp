@@ -16,7 +16,7 @@ BOOL WINAPI DestroyDeviceInfoList(HDEVINFO set) {
     ForgetClassInstallParams(set);
     const BOOL destroyed = originalDestroyDeviceInfoList(set);
     const DWORD error = GetLastError();
-    if (destroyed) ReleaseCoinstallersOf(set);
+    if (destroyed) ReleaseLibrariesOf(set);
     SetLastError(error);
     return destroyed;
 }

@@ -8,13 +8,19 @@
 
 #include "base/win32_handle.h"
 #include "sim/shim/class_install_params.h"
+#include "sim/shim/page_providers.h"
 
 namespace {
 
 // Wine loads a coinstaller for one call only; pages need it as long as they live. Windows keeps it loaded
-// until the set is destroyed, and so does this list.
+// until the set is destroyed, and so does this list. The same for page providers.
 std::mutex keptMutex;
 std::multimap<HDEVINFO, LoadedLibrary> kept;
+
+void Keep(HDEVINFO set, LoadedLibrary library) {
+    const std::lock_guard lock(keptMutex);
+    kept.emplace(set, std::move(library));
+}
 
 BOOL Fail(DWORD error) {
     SetLastError(error);
@@ -43,23 +49,32 @@ std::vector<std::wstring> RegisteredCoinstallers(HDEVINFO set, PSP_DEVINFO_DATA 
 void KeepCoinstallersLoaded(HDEVINFO set, PSP_DEVINFO_DATA element) {
     for (const std::wstring& entry : RegisteredCoinstallers(set, element)) {
         LoadedLibrary library(LoadLibraryW(entry.substr(0, entry.find(L',')).c_str()));
-        if (!library) continue;
-        const std::lock_guard lock(keptMutex);
-        kept.emplace(set, std::move(library));
+        if (library) Keep(set, std::move(library));
     }
 }
 
 // Sends the code and reads back what the coinstallers made of its parameters.
-bool CollectPages(HDEVINFO set, PSP_DEVINFO_DATA element, DI_FUNCTION function,
-                  SP_ADDPROPERTYPAGE_DATA& pages) {
-    pages = {};
+bool CollectCoinstallersPages(HDEVINFO set, PSP_DEVINFO_DATA element, DI_FUNCTION function,
+                              std::vector<HPROPSHEETPAGE>& added) {
+    KeepCoinstallersLoaded(set, element);
+    SP_ADDPROPERTYPAGE_DATA pages = {};
     pages.ClassInstallHeader = {sizeof(pages.ClassInstallHeader), function};
     if (!SetClassInstallParams(set, element, &pages.ClassInstallHeader, sizeof(pages))) return false;
     // No class installer takes these codes here, so that the call itself reports that nothing was done.
     SetupDiCallClassInstaller(function, set, element);
     const BOOL read = GetClassInstallParams(set, element, &pages.ClassInstallHeader, sizeof(pages), nullptr);
     SetClassInstallParams(set, element, nullptr, 0);
+    const DWORD count = std::min<DWORD>(pages.NumDynamicPages, MAX_INSTALLWIZARD_DYNAPAGES);
+    added.assign(pages.DynamicPages, pages.DynamicPages + count);
     return read != FALSE;
+}
+
+void AppendProvidersPages(HDEVINFO set, PSP_DEVINFO_DATA element, std::vector<HPROPSHEETPAGE>& added) {
+    std::vector<LoadedLibrary> libraries;
+    const std::vector<HPROPSHEETPAGE> pages = CollectProvidersPages(set, element, libraries);
+    added.insert(added.end(), pages.begin(), pages.end());
+    for (LoadedLibrary& library : libraries)
+        Keep(set, std::move(library));
 }
 
 }  // namespace
@@ -75,23 +90,23 @@ BOOL WINAPI GetClassDevPropertySheets(HDEVINFO set, PSP_DEVINFO_DATA element, LP
     const DI_FUNCTION function =
         sheetType == DIGCDP_FLAG_ADVANCED ? DIF_ADDPROPERTYPAGE_ADVANCED : DIF_ADDPROPERTYPAGE_BASIC;
 
-    KeepCoinstallersLoaded(set, element);
-    SP_ADDPROPERTYPAGE_DATA pages;
-    if (!CollectPages(set, element, function, pages)) return FALSE;
-    const DWORD added = std::min<DWORD>(pages.NumDynamicPages, MAX_INSTALLWIZARD_DYNAPAGES);
+    std::vector<HPROPSHEETPAGE> pages;
+    if (!CollectCoinstallersPages(set, element, function, pages)) return FALSE;
+    if (sheetType == DIGCDP_FLAG_ADVANCED) AppendProvidersPages(set, element, pages);
+    const auto added = static_cast<DWORD>(pages.size());
     if (requiredPages) *requiredPages = header->nPages + added;
     const DWORD fitting = std::min(added, pageListCapacity - static_cast<DWORD>(header->nPages));
     for (DWORD index = 0; index < added; ++index) {
         if (index < fitting) {
-            header->phpage[header->nPages++] = pages.DynamicPages[index];
+            header->phpage[header->nPages++] = pages[index];
         } else {
-            DestroyPropertySheetPage(pages.DynamicPages[index]);
+            DestroyPropertySheetPage(pages[index]);
         }
     }
     return fitting == added ? TRUE : Fail(ERROR_INSUFFICIENT_BUFFER);
 }
 
-void ReleaseCoinstallersOf(HDEVINFO set) {
+void ReleaseLibrariesOf(HDEVINFO set) {
     std::multimap<HDEVINFO, LoadedLibrary> released;
     {
         const std::lock_guard lock(keptMutex);

@@ -12,10 +12,10 @@
 
 #include <prsht.h>
 
+#include "driver/device_kind.h"
 #include "driver/vbus.h"
-#include "installer/device_kind.h"
 #include "installer/dif_names.h"
-#include "installer/page_registration.h"
+#include "pages/device_page.h"
 #include "pages/usbd_page.h"
 #include "pages/vbus_page.h"
 #include "pages/vcom_page.h"

@@ -16,7 +16,7 @@
 #include "base/module.h"
 #include "driver/vbus.h"
 #include "installer/coinstaller.h"
-#include "installer/page_registration.h"
+#include "pages/device_page.h"
 #include "state/driver_params.h"
 #include "tests/support/import_redirect.h"
 #include "tests/support/leak_counters.h"

@@ -1,4 +1,4 @@
-#include "installer/device_kind.h"
+#include "driver/device_kind.h"
 
 #include <gtest/gtest.h>
 

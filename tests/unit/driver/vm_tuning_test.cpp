@@ -1,4 +1,4 @@
-#include "installer/vm_tuning.h"
+#include "driver/vm_tuning.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "installer/vbus_install.h"
+#include "driver/vbus_install.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "installer/vm_tuning.h"
+#include "driver/vm_tuning.h"
 
 #include "base/trace_line.h"
 #include "driver/process_search.h"

@@ -5,7 +5,7 @@ wine=/usr/lib/wine/wine64
 wineserver=/usr/lib/wine/wineserver64
 session_dir=${TAVIX_SESSION_DIR:-$root/build/wine}
 export WINEPREFIX=$session_dir/prefix WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree=;mshtml='
-prefix_version=3  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
+prefix_version=4  # raised with every change of what prepare_prefix does, so that older prefixes are made anew
 x_server_pid= guard_pid= child_pid=
 
 # Wine's background processes inherit standard output; a file keeps a reader of our own output from waiting for them.
@@ -26,8 +26,9 @@ start_display() {
 }
 
 # Crashes end a process at once instead of opening a dialog. Wine looks for Chinese characters in SimSun and knows no font
-# for emoji (characters of the script 0), so both are pointed to fonts that exist. On our own display, which has no
-# window manager, the virtual desktop gives windows captions and spares the two seconds that each closing takes.
+# for emoji (characters of the script 0), so both are pointed to fonts that exist. PDF files open in a stand-in for their
+# reader. On our own display, which has no window manager, the virtual desktop gives windows captions and spares the two
+# seconds that each closing takes.
 write_prefix_settings() {
     cat >"$session_dir/settings.reg" <<'REG'
 REGEDIT4
@@ -40,6 +41,12 @@ REGEDIT4
 
 [HKEY_CURRENT_USER\Software\Wine\Uniscribe\Fallback]
 "0"="Symbola"
+
+[HKEY_LOCAL_MACHINE\Software\Classes\.pdf]
+@="TavixSimReader"
+
+[HKEY_LOCAL_MACHINE\Software\Classes\TavixSimReader\shell\open\command]
+@="\"C:\\windows\\system32\\pdf_reader.exe\" \"%1\""
 REG
     if [ -n "$x_server_pid" ]; then
         cat >>"$session_dir/settings.reg" <<'REG'
@@ -94,12 +101,12 @@ start_guard() {
     disown "$guard_pid"
 }
 
-# The viewer stands where the system looks for the launcher of device properties.
-install_viewer() {
+# The viewer stands where the system looks for the launcher of device properties, the reader for that of PDF files.
+install_stand_ins() {
     local file
-    for file in device_viewer.exe devmgr.dll; do
-        if [ -e "$build/sim/viewer/$file" ]; then
-            cp -u "$build/sim/viewer/$file" "$WINEPREFIX/drive_c/windows/system32/"
+    for file in viewer/device_viewer.exe viewer/devmgr.dll reader/pdf_reader.exe; do
+        if [ -e "$build/sim/$file" ]; then
+            cp -u "$build/sim/$file" "$WINEPREFIX/drive_c/windows/system32/"
         fi
     done
 }
@@ -123,7 +130,7 @@ end_session() {
 start_session() {
     mkdir -p "$session_dir"
     exec {session_lock}>"$session_dir/lock"
-    flock -n "$session_lock" || die "another run is using $session_dir"
+    flock -n "$session_lock" || die "another run is using $session_dir; wait for it to end"
     trap end_session EXIT
     trap 'exit 130' INT
     trap 'exit 143' TERM HUP
@@ -131,7 +138,7 @@ start_session() {
     "$wineserver" -k 2>/dev/null || true
     start_guard
     prepare_prefix
-    install_viewer
+    install_stand_ins
     # The making of the prefix is never traced, the session itself may be; its traces are in session.log.
     if [ -n "${TAVIX_SESSION_TRACE:-}" ]; then export WINEDEBUG=$TAVIX_SESSION_TRACE; fi
     # The server must not hold our lock or our output.

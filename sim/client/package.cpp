@@ -16,9 +16,17 @@ constexpr wchar_t kDriverFile[] = L"tavix_sim.sys";
 constexpr wchar_t kCoinstallerFile[] = L"tavix_coinstaller.dll";
 constexpr wchar_t kTerminalFile[] = L"putty-x64.exe";
 constexpr wchar_t kSessionTemplateFile[] = L"putty-session.reg.template";
+constexpr wchar_t kCustomerLibraryFile[] = L"tavix_customres.dll";
 constexpr const wchar_t* kPackageFiles[] = {
-    L"tavix_bus.inf", L"tavix_usb.inf", L"tavix_vcom.inf",    kDriverFile,
-    kCoinstallerFile, kTerminalFile,    kSessionTemplateFile,
+    L"tavix_bus.inf",
+    L"tavix_usb.inf",
+    L"tavix_vcom.inf",
+    kDriverFile,
+    kCoinstallerFile,
+    kTerminalFile,
+    kSessionTemplateFile,
+    L"TAVIX user guide - ENG.pdf",
+    L"TAVIX user guide - CHS.pdf",
 };
 // Those that go into the system folder.
 constexpr const wchar_t* kSystemFiles[] = {kCoinstallerFile, kTerminalFile, kSessionTemplateFile};
@@ -95,6 +103,11 @@ DWORD InstallPackage(const std::wstring& packageFolder) {
     CreateDirectoryW(InfFolder().c_str(), nullptr);
     for (const wchar_t* name : kPackageFiles) {
         const DWORD error = CopyChanged(packageFolder + L"\\" + name, InfFolder() + name);
+        if (error != ERROR_SUCCESS) return error;
+    }
+    const std::wstring customerLibrary = packageFolder + L"\\" + kCustomerLibraryFile;
+    if (StampOf(customerLibrary).exists) {
+        const DWORD error = CopyChanged(customerLibrary, InfFolder() + kCustomerLibraryFile);
         if (error != ERROR_SUCCESS) return error;
     }
     return RefreshInstalledCopies(packageFolder);

@@ -5,10 +5,10 @@
 
 #include "base/windows_api.h"
 
-// Copies the driver package (INF files, driver, coinstaller, terminal program with its session) to where the
-// device installer searches for it. The folder is a Windows path. Files that are the same already are left
-// alone; a driver of an older build that is installed or runs is replaced, with its bus removed. A Windows
-// error code, 0 for success.
+// Copies the driver package (INF files, driver, coinstaller, terminal program with its session, user guides,
+// and a customer's library where there is one) to where the device installer searches for it. The folder is a
+// Windows path. Files that are the same already are left alone; a driver of an older build that is installed
+// or runs is replaced, with its bus removed. A Windows error code, 0 for success.
 DWORD InstallPackage(const std::wstring& packageFolder);
 bool IsPackageInstalled();
 

@@ -22,9 +22,18 @@ constexpr wchar_t kValue[] = L"InstallTargetDir_";
 
 class UserGuideTest : public testing::Test {
   protected:
+    // What an installed package left comes back afterwards.
+    UserGuideTest() {
+        wchar_t folder[MAX_PATH] = L"";
+        DWORD bytes = sizeof(folder);
+        if (RegGetValueW(HKEY_LOCAL_MACHINE, kKey, kValue, RRF_RT_REG_SZ, nullptr, folder, &bytes) ==
+            ERROR_SUCCESS)
+            installed_ = folder;
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
+    }
     ~UserGuideTest() override {
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
-        RegDeleteKeyW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Wow6432Node\\Holmark Auto-ID");
+        if (!installed_.empty()) SetFolder(installed_);
     }
     void SetFolder(const std::wstring& folder, DWORD type = REG_SZ) {
         ASSERT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, kKey, kValue, type, folder.c_str(),
@@ -53,6 +62,7 @@ class UserGuideTest : public testing::Test {
     OwnedWindow owner_{CreateWindowExW(0, L"STATIC", L"Owner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 40, 40, 300,
                                        200, nullptr, nullptr, nullptr, nullptr)};
     ModalDriver modal_;
+    std::wstring installed_;
     std::wstring lookedFor_;
     std::optional<SHELLEXECUTEINFOW> opened_;
     std::wstring openedFile_;

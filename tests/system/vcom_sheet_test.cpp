@@ -236,4 +236,23 @@ TEST_F(VcomSheetTest, TheToolsMenuOpensThePortInThePackagesTerminalOnce) {
     RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\SimonTatham\\PuTTY\\Sessions\\TAVIX-VCOM");
 }
 
+// ---- the user guide of the driver package
+
+TEST_F(VcomSheetTest, TheToolsMenuOpensThePackagesGuide) {
+    OpenSheet();
+    modal_->ExpectMenu().Choose(IDM_TOOLS_USER_GUIDE);
+    SendDlgItemMessageW(page_, IDC_VCOM_TOOLS, BM_CLICK, 0, 0);
+    HWND reader = nullptr;
+    ASSERT_TRUE(PumpUntil("the reader of PDF files", [&] {
+        reader = FindWindowW(L"#32770", L"PDF reader");
+        return reader != nullptr && IsWindowVisible(reader);
+    }));
+    wchar_t text[MAX_PATH] = L"";
+    GetDlgItemTextW(reader, 0xFFFF, text, MAX_PATH);
+    EXPECT_STREQ(text, L"C:\\Program Files\\TAVIX\\tavix-inf-pkg\\TAVIX user guide - ENG.pdf");
+    SaveScreenshot(reader, L"user_guide");
+    PostMessageW(reader, WM_COMMAND, IDOK, 0);
+    EXPECT_TRUE(PumpUntil("the reader to close", [&] { return !IsWindow(reader); }));
+}
+
 }  // namespace

@@ -12,6 +12,7 @@
 #include "resources/resource_ids.h"
 #include "state/driver_params.h"
 #include "state/registry.h"
+#include "tests/support/screenshot.h"
 #include "tests/system/vcom_page_fixture.h"
 
 namespace {
@@ -269,7 +270,10 @@ TEST_F(VcomPageSaveTest, TheDriversRefusalIsShownWithItsName) {
 TEST_F(VcomPageSaveTest, ANameOfAnotherDeviceIsAskedAboutAndNoSendsNothing) {
     OpenIdlePage();
     Select(20);
-    modal_.ExpectBox(L"TAVIX Message").Press(IDNO);
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView& box) {
+        SaveScreenshot(box.window(), L"vcom_page_conflict_question");
+        box.Press(IDNO);
+    });
     Click(IDC_VCOM_SAVE);
     ASSERT_EQ(modal_.boxes().size(), 1u);
     EXPECT_EQ(modal_.boxes()[0].text, kConflictQuestion);
@@ -362,8 +366,14 @@ TEST_F(VcomPageSaveTest, AfterSavingAnUnpluggedVcomTheSheetIsClosedOnYes) {
     OpenIdlePage();
     ASSERT_EQ(driver_.SetPresence(device_.vcomInstanceId, false, 0), ERROR_SUCCESS);
     Select(30);
-    modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
-    modal_.ExpectBox(L"TAVIX Message").Press(IDYES);
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView& box) {
+        SaveScreenshot(box.window(), L"vcom_page_saved");
+        box.Press(IDOK);
+    });
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView& box) {
+        SaveScreenshot(box.window(), L"vcom_page_close_question");
+        box.Press(IDYES);
+    });
     Click(IDC_VCOM_SAVE);
     ASSERT_EQ(modal_.boxes().size(), 2u);
     EXPECT_EQ(modal_.boxes()[1].text, kUnpluggedQuestion);

@@ -6,7 +6,9 @@
 #include <commctrl.h>
 
 #include "driver/vbus.h"
+#include "resources/resource_ids.h"
 #include "sim/viewer/viewer_resources.h"
+#include "tests/support/screenshot.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/package_fixture.h"
 #include "tests/system/viewer_sheet.h"
@@ -133,6 +135,34 @@ TEST_F(ViewerTest, UninstallingTakesTheSelectedDeviceOutOfTheSystem) {
     EXPECT_TRUE(WaitUntil("the node to go", [&] { return !NodeExists(first.InstanceId()); }));
 }
 
+// ---- pictures without a person ----
+
+// The file that the viewer has written, and whether it could.
+bool SavesPicture(const std::wstring& arguments, const wchar_t* name) {
+    const std::wstring file = ScreenshotFolder() + L"\\" + name + L".png";
+    DeleteFileW(file.c_str());
+    const std::wstring program = ViewerFolder() + L"\\device_viewer.exe ";
+    return RunProgram(program + arguments + L" \"" + file + L"\"") == 0 &&
+           GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+TEST_F(ViewerTest, ThePageOfEachDeviceIsSavedAsAPicture) {
+    Plug(first);
+    EXPECT_TRUE(SavesPicture(L"--device " + VcomInstanceId(first) + L" --screenshot", L"sheet_vcom"));
+    EXPECT_TRUE(SavesPicture(L"--device " + first.InstanceId() + L" --screenshot", L"sheet_usb"));
+    EXPECT_TRUE(SavesPicture(std::wstring(L"--device ") + kBusInstanceId + L" --screenshot", L"sheet_bus"));
+    EXPECT_FALSE(SavesPicture(L"--device USB\\NO_SUCH_DEVICE --screenshot", L"sheet_none"));
+}
+
+TEST_F(ViewerTest, TheTreeIsSavedAsAPictureWithAbsentDevicesAndProblems) {
+    constexpr uint32_t kCannotStart = 10;
+    Plug(first);
+    Plug(second);
+    ASSERT_EQ(driver.SetPresence(first.InstanceId(), true, kCannotStart), ERROR_SUCCESS);
+    ASSERT_EQ(UnplugUsbDevice(second.InstanceId()), ERROR_SUCCESS);
+    EXPECT_TRUE(SavesPicture(L"--all --tree-screenshot", L"device_viewer"));
+}
+
 TEST_F(ViewerTest, TheLauncherOfDevicePropertiesOpensASheet) {
     Plug(first);
     const LoadedLibrary library(LoadLibraryW((ViewerFolder() + L"\\devmgr.dll").c_str()));
@@ -142,6 +172,27 @@ TEST_F(ViewerTest, TheLauncherOfDevicePropertiesOpensASheet) {
     ASSERT_NE(launch, nullptr);
     launch(nullptr, nullptr, (L"/DeviceID " + first.InstanceId()).c_str(), SW_SHOWNORMAL);
     CloseSheet(WaitForSheet(L"First scanner Properties"));
+}
+
+HWND VisibleMenu() {
+    const HWND menu = FindWindowW(L"#32768", nullptr);
+    return menu != nullptr && IsWindowVisible(menu) ? menu : nullptr;
+}
+
+TEST_F(ViewerTest, TheToolsMenuOpensOverTheSheet) {
+    Plug(first);
+    const KernelHandle viewer = StartViewer(L"--device " + VcomInstanceId(first));
+    const HWND sheet =
+        WaitForSheet(OpenedNode(VcomInstanceId(first)).Text(SPDRP_FRIENDLYNAME) + L" Properties");
+    const HWND page = FindWindowExW(sheet, nullptr, L"#32770", L"VCOM Settings");
+    ASSERT_NE(page, nullptr);
+    SaveScreenshot(sheet, L"sheet_below_tools_menu");  // which waits until it is painted
+    PostMessageW(GetDlgItem(page, IDC_VCOM_TOOLS), BM_CLICK, 0, 0);
+    EXPECT_TRUE(WaitUntil("the menu to open", [] { return VisibleMenu() != nullptr; }));
+    SaveScreenshot(nullptr, L"sheet_tools_menu");
+    PostMessageW(page, WM_CANCELMODE, 0, 0);
+    EXPECT_TRUE(WaitUntil("the menu to close", [] { return VisibleMenu() == nullptr; }));
+    CloseSheet(sheet);
 }
 
 }  // namespace

@@ -197,6 +197,18 @@ TEST_F(SymlinkCheckTest, ACorrectTargetOfFullWidthIsShownWhole) {
                                    kRebootMayHelp));
 }
 
+TEST_F(SymlinkCheckTest, AMissingLinkIsNotRightEvenWhereTheDriverNamesNone) {
+    const VcomFdoPdo_st unnamed = {};
+    ASSERT_EQ(driver_.AnswerNext(IOCTL_TAVIX_QueryVcomFdoPdo,
+                                 {reinterpret_cast<const uint8_t*>(&unnamed), sizeof(unnamed)}),
+              ERROR_SUCCESS);
+    ASSERT_EQ(driver_.SetDosLink(Port(), L""), ERROR_SUCCESS);
+    modal_.ExpectBox(kProblemTitle).Press(IDCANCEL);
+    Launch();
+    EXPECT_EQ(BoxText(0), Question(Port(), L"", L"", L"", kRebootMayHelp));
+    EXPECT_TRUE(starts_.empty());
+}
+
 // What is held when the entry is chosen counts, not what is held at the answer.
 struct KeyRow {
     const char* name;

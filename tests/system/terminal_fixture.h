@@ -48,6 +48,7 @@ class TerminalTest : public SimulatedBusTest {
     ReplacedCall<CreateFileW> hearingOpen_{"CreateFileW", CreateFileHearingRefusal};
     ReplacedCall<ShellExecuteExW> shell_{
         "ShellExecuteExW", [this](SHELLEXECUTEINFOW* start) {
+            EXPECT_EQ(start->cbSize, sizeof(*start));
             starts_.push_back({start->hwnd, start->lpFile, start->lpParameters, start->nShow, start->fMask});
             SetLastError(startError_);
             return startError_ == ERROR_SUCCESS ? TRUE : FALSE;

@@ -77,7 +77,7 @@ UINT CALLBACK ProspageCallback(HWND, UINT message, PROPSHEETPAGEW* page) noexcep
     auto* params = reinterpret_cast<TavixProspageParam_base*>(page->lParam);
     if (params != nullptr) {
         delete params;
-        TraceLine(L"Free TavixProspageParam_base @ 0x%p", params);
+        TraceLine(L"Free TavixProspageParam_base @ 0x%p", page->lParam);
     }
     return 0;
 }

@@ -135,7 +135,7 @@ constexpr auto kConversionOfLetter = [] {
     table.fill(PrintUnknown);
     for (const ConversionRow& row : kConversions)
         for (const char* letter = row.letters; *letter != 0; ++letter)
-            table[static_cast<size_t>(*letter)] = row.print;
+            table[static_cast<unsigned char>(*letter)] = row.print;
     return table;
 }();
 

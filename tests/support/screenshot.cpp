@@ -73,9 +73,7 @@ bool IsPaintingDue(HWND window) {
 }
 
 // Painting is the window's own work and may be under way on another thread; a round trip lets it finish.
-void LetItPaint(HWND window) {
-    if (window == nullptr) return;
-    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN | RDW_FRAME);
+void FinishPainting(HWND window) {
     if (GetWindowThreadProcessId(window, nullptr) == GetCurrentThreadId()) {
         MSG message;
         while (PeekMessageW(&message, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE))
@@ -86,6 +84,20 @@ void LetItPaint(HWND window) {
         Sleep(10);
     DWORD_PTR ignored = 0;
     SendMessageTimeoutW(window, WM_NULL, 0, 0, SMTO_NORMAL, 2000, &ignored);
+}
+
+BOOL CALLBACK FinishPaintingIfVisible(HWND window, LPARAM) {
+    if (IsWindowVisible(window)) FinishPainting(window);
+    return TRUE;
+}
+
+void LetItPaint(HWND window) {
+    if (window == nullptr) {
+        EnumWindows(FinishPaintingIfVisible, 0);
+        return;
+    }
+    RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ALLCHILDREN | RDW_FRAME);
+    FinishPainting(window);
 }
 
 }  // namespace

@@ -56,8 +56,8 @@ void UsbdPageTest::TearDown() {
 }
 
 void UsbdPageTest::OpenPage() {
-    frame_.reset(CreateWindowExW(0, L"STATIC", L"Frame", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 520, 480,
-                                 nullptr, nullptr, nullptr, nullptr));
+    frame_.reset(CreateWindowExW(0, L"STATIC", L"Frame", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN | WS_VISIBLE,
+                                 20, 20, 520, 480, nullptr, nullptr, nullptr, nullptr));
     PROPSHEETPAGEW description = {};
     description.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(params_.get()));
     page_ = DialogUnderTest(CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_USBD_PAGE),

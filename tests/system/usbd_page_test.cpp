@@ -365,6 +365,24 @@ INSTANTIATE_TEST_SUITE_P(
                     ProblemRow{47, L"CM_PROB_HELD_FOR_EJECT"}, ProblemRow{52, L"CM_PROB_UNSIGNED_DRIVER"}),
     [](const auto& row) { return "Code" + std::to_string(row.param.code); });
 
+TEST_F(UsbdPageTest, EveryProblemFitsIntoTheStatus) {
+    OpenPage();
+    const HWND status = page_.Control(IDC_USBD_STATUS);
+    const HDC dc = GetDC(status);
+    SelectObject(dc, reinterpret_cast<HGDIOBJ>(SendMessageW(status, WM_GETFONT, 0, 0)));
+    TEXTMETRICW font = {};
+    GetTextMetricsW(dc, &font);
+    ReleaseDC(status, dc);
+    RECT room = {};
+    SendMessageW(status, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&room));
+    for (uint32_t code = 1; code <= 60; ++code) {
+        SetPresence(true, code);
+        Tick();
+        const LRESULT lines = SendMessageW(status, EM_GETLINECOUNT, 0, 0);
+        EXPECT_LE(lines * font.tmHeight, room.bottom - room.top) << code;
+    }
+}
+
 TEST_F(UsbdPageTest, UnpluggingAndPluggingShowAtTheNextTick) {
     OpenPage();
     SetPresence(false);

@@ -76,8 +76,9 @@ class UsberrLogAreaTest : public testing::Test {
         params_ = std::make_unique<UsbdProspageParams_st>();
         params_->deviceInfoSet = list_.get();
         params_->deviceInfoData = &element_;
-        frame_.reset(CreateWindowExW(0, L"STATIC", L"Frame", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 520,
-                                     480, nullptr, nullptr, nullptr, nullptr));
+        frame_.reset(CreateWindowExW(0, L"STATIC", L"Frame",
+                                     WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN | WS_VISIBLE, 20, 20, 520, 480,
+                                     nullptr, nullptr, nullptr, nullptr));
         PROPSHEETPAGEW description = {};
         description.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(params_.get()));
         page_.reset(CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_USBD_PAGE),

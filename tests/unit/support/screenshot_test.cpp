@@ -24,6 +24,14 @@ TEST(Screenshot, AWindowBecomesAPngFile) {
     EXPECT_EQ(head[23], 100);
 }
 
+TEST(Screenshot, OfTheWholeScreenEachWindowIsPaintedFirst) {
+    const OwnedWindow window(CreateWindowExW(0, L"STATIC", L"Screenshot", WS_POPUP | WS_VISIBLE, 50, 50, 200,
+                                             100, nullptr, nullptr, nullptr, nullptr));
+    InvalidateRect(window.get(), nullptr, TRUE);
+    EXPECT_NE(SaveScreenshot(nullptr, L"support-whole-screen"), L"");
+    EXPECT_FALSE(GetUpdateRect(window.get(), nullptr, FALSE));
+}
+
 TEST(Screenshot, AWindowThatIsNotThereGivesNothing) {
     EXPECT_EQ(SaveScreenshot(reinterpret_cast<HWND>(ULONG_PTR{0x7777}), L"support-missing"), L"");
 }

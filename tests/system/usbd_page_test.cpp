@@ -5,6 +5,7 @@
 
 #include "base/windows_api.h"
 
+#include <commctrl.h>
 #include <prsht.h>
 
 #include "base/properties_launcher.h"
@@ -171,8 +172,18 @@ TEST_F(UsbdPageTest, ADeviceWithoutAVcomIsNotMapped) {
     SaveScreenshot(page_.window(), L"usbd_page_not_mapped");
 }
 
+TEST_F(UsbdPageTest, AStatusThatTheSheetGivesTheFocusToHasNothingSelected) {
+    OpenPage();
+    const HWND status = page_.Control(IDC_USBD_STATUS);
+    SendMessageW(page_.window(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(status), TRUE);
+    ASSERT_NE(SendMessageW(status, EM_GETSEL, 0, 0), 0) << "the dialog manager selects";
+    PumpPendingMessages();
+    EXPECT_EQ(SendMessageW(status, EM_GETSEL, 0, 0), 0);
+}
+
 TEST_F(UsbdPageTest, WithoutABusTheLoggingBoxIsDisabledUntilItIsBack) {
     OpenPage();
+    PumpPendingMessages();
     SetFocus(page_.Control(IDC_FILE_LOGGING));
     ASSERT_EQ(driver_.SetAccess({.busAbsent = 1}), ERROR_SUCCESS);
     Tick();
@@ -551,6 +562,30 @@ TEST_F(UsbdPageTest, AnIdleTickRepaintsNothing) {
     for (const int id : {1045, 1041, 1104, 1050, 1042, 1043, 1044, 1040, 1039, 1046, 1021})
         EXPECT_FALSE(GetUpdateRect(page_.Control(id), nullptr, FALSE)) << id;
     EXPECT_FALSE(GetUpdateRect(page_.window(), nullptr, FALSE));
+}
+
+// What a control is told to show, even if that is what it shows already: on the way there it may flicker.
+int g_settings = 0;
+LRESULT CALLBACK CountSettings(HWND control, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
+                               DWORD_PTR) {
+    for (const UINT setting : {WM_SETTEXT, WM_ENABLE, WM_SETREDRAW, STM_SETICON, STM_SETIMAGE, BM_SETCHECK})
+        if (message == setting) ++g_settings;
+    return DefSubclassProc(control, message, wParam, lParam);
+}
+
+TEST_F(UsbdPageTest, AnIdleTickSetsNothingAnew) {
+    WriteLog(kTwoEpisodes);
+    OpenPage();
+    KillTimer(page_.window(), 68);
+    Tick();
+    for (const int id : {1045, 1041, 1104, 1050, 1042, 1043, 1044, 1040, 1039, 1046, 1021})
+        SetWindowSubclass(page_.Control(id), CountSettings, 0, 0);
+    g_settings = 0;
+    Tick();
+    EXPECT_EQ(g_settings, 0);
+    SetPresence(false);
+    Tick();
+    EXPECT_EQ(g_settings, 3) << "the icon, the status and the button to the VCOM";
 }
 
 TEST_F(UsbdPageTest, LeavesNothingBehindOverManyOpenings) {

@@ -114,6 +114,22 @@ TEST_F(FlowpathStatTest, AnUnreadableNameIsEmpty) {
          L"<> Flowpath Statistics");
 }
 
+TEST_F(FlowpathStatTest, ANameThatBecomesUnreadableIsShownNoMore) {
+    Show([&](OpenInfoBox& box) {
+        EXPECT_EQ(box.Text().find(kFlowpathName), 0u);
+        using Property = ReplacedCall<SetupDiGetDeviceRegistryPropertyW>;
+        const Property noName(
+            "SetupDiGetDeviceRegistryPropertyW",
+            [](HDEVINFO, SP_DEVINFO_DATA*, DWORD, DWORD*, BYTE*, DWORD, DWORD*) {
+                SetLastError(ERROR_INVALID_DATA);
+                return FALSE;
+            },
+            nullptr, Property::Threads::kAll);
+        box.Tick();
+        EXPECT_EQ(box.Text().find(L"\r\n\r\nFlowpath created"), 0u);
+    });
+}
+
 TEST_F(FlowpathStatTest, EachRefreshReadsTheNameAgain) {
     Show([&](OpenInfoBox& box) {
         vcom_.SetTextProperty(SPDRP_FRIENDLYNAME, L"Another name");

@@ -89,8 +89,8 @@ void GlobalSettingsTest::RunSteps(HWND dialog) {
     dialog_ = DialogUnderTest(dialog);
     std::exchange(steps_, nullptr)();
     if (IsOpen()) dialog_.Click(IDCANCEL);
-    // Wakes the dialog's loop, whose own wake-up the steps may have pumped.
-    PostMessageW(dialog, WM_NULL, 0, 0);
+    // Wakes the dialog's loop, whose own wake-up the steps may have pumped. The dialog may be gone already.
+    PostMessageW(nullptr, WM_NULL, 0, 0);
 }
 
 void GlobalSettingsTest::Type(int id, const std::wstring& text) const {

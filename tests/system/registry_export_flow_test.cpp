@@ -274,6 +274,23 @@ TEST_F(RegistryExport, StopsWhenSavingFails) {
     EXPECT_EQ(ReadParameters().count(kParamExportVersion), 0u);
 }
 
+// The owner goes and takes the dialog with it while the message about the save is open.
+TEST_F(RegistryExport, ADialogThatIsGoneAfterTheSaveExportsNothing) {
+    const ReplacedReg reg;
+    Open([this] {
+        ASSERT_EQ(driver_.FailNext(IOCTL_TAVIX_SetGlobalCfg, static_cast<int32_t>(0xC0000001)),
+                  ERROR_SUCCESS);
+        modal_.ExpectBox(kMessage).Do([this, thread = GetCurrentThreadId()](BoxView&) {
+            SendMessageW(owner_.release(), WM_CLOSE, 0, 0);
+            // The box's loop looks for its window only after a message.
+            PostThreadMessageW(thread, WM_NULL, 0, 0);
+        });
+        dialog_.Click(IDC_GLOBAL_EXPORT);
+    });
+    EXPECT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_TRUE(reg.commands().empty());
+}
+
 TEST_F(RegistryExport, GoesOnAfterAFailedSaveWhenTold) {
     const ReplacedReg reg(L"cmd.exe /c exit 0");
     SetExportAfterFailedSave(true);

@@ -37,7 +37,11 @@ void FlowpathStatTest::Show(const std::function<void(OpenInfoBox&)>& script, boo
         script(box);
         view.Close();
     });
-    ShowFlowpathStat(Host(), detached);
+    {
+        REPLACE_CALL(tickCount, GetTickCount, [this] { return DWORD{tick_}; });
+        ShowFlowpathStat(Host(), detached);
+    }
+    // With the system's own clock, so that the wait ends.
     EXPECT_TRUE(modal_.WaitUntilServed());
 }
 

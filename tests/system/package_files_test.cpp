@@ -53,6 +53,9 @@ class PackageFilesTest : public PackageTest {
 };
 
 TEST_F(PackageFilesTest, TheListsOfVirtualMachineProgramsStandInTheServicesParameters) {
+    RemoveVbus();
+    for (const wchar_t* value : {L"ListVMwareProcessNames", L"ListVirtualboxProcessNames"})
+        RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kServiceKey, value);
     Plug(first);
     EXPECT_EQ(JoinedList(L"ListVMwareProcessNames"), L"vmtoolsd.exe VMwareTray.exe VMwareUser.exe");
     EXPECT_EQ(JoinedList(L"ListVirtualboxProcessNames"), L"VBoxTray.exe VBoxService.exe");
@@ -69,10 +72,15 @@ TEST_F(PackageFilesTest, TheInstallationFolderIsNamedWithItsLastBackslash) {
     EXPECT_STREQ(folder, L"C:\\Program Files\\TAVIX\\");
 }
 
-TEST_F(PackageFilesTest, TheTerminalLiesBesideTheCoinstaller) {
+TEST_F(PackageFilesTest, TheTerminalAndTheGuidesComeWithTheUsbDevice) {
+    const std::wstring guide = L"C:\\Program Files\\TAVIX\\tavix-inf-pkg\\TAVIX user guide - ";
+    const std::wstring files[] = {SystemFile(L"putty-x64.exe"), SystemFile(L"putty-session.reg.template"),
+                                  guide + L"ENG.pdf", guide + L"CHS.pdf"};
+    for (const std::wstring& file : files)
+        DeleteFileW(file.c_str());
     Plug(first);
-    for (const wchar_t* name : {L"tavix_coinstaller.dll", L"putty-x64.exe", L"putty-session.reg.template"})
-        EXPECT_TRUE(Exists(SystemFile(name))) << name;
+    for (const std::wstring& file : files)
+        EXPECT_TRUE(Exists(file)) << file;
 }
 
 TEST_F(PackageFilesTest, OnlyACustomersPackageBringsALibrary) {

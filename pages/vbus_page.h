@@ -3,4 +3,4 @@
 
 #include "base/windows_api.h"
 
-INT_PTR CALLBACK VbusProspageDlgProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+INT_PTR CALLBACK VbusProspageDlgProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam) noexcept;

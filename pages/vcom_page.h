@@ -3,4 +3,4 @@
 
 #include "base/windows_api.h"
 
-INT_PTR CALLBACK VcomProspageDlgProc(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
+INT_PTR CALLBACK VcomProspageDlgProc(HWND page, UINT message, WPARAM wParam, LPARAM lParam) noexcept;

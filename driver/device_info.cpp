@@ -13,7 +13,7 @@
 
 namespace {
 
-// A text of the driver need not be terminated; its last character gives way.
+// The driver need not terminate its texts; the last character is overwritten.
 template <size_t chars>
 void Terminate(wchar_t (&field)[chars]) {
     field[chars - 1] = L'\0';
@@ -43,23 +43,23 @@ DWORD GetUsbdInfo(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsbdInfo_st& info
     return error;
 }
 
-int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars) noexcept {
+void FormatUsbdInfo(const UsbdInfo_st& info, wchar_t (&text)[kUsbdInfoTextChars]) noexcept {
     UsbdInfo_st shown = info;
     TerminateTexts(shown);
-    return xfmt(buffer, bufferChars,
-                L"TAVIX CoInstaller version: %d.%d.%d\n\n"
-                L"Usb device info %s:\n"
-                L"  idVender: %04X , idProduct: %04X\n"
-                L"  bcdDevice: %02d.%02d\n"
-                L"  Manufacturer: %s\n"
-                L"  Product: %s\n"
-                L"  Serial: %s\n"
-                L"  Usbd Device-instance-path: %s\n\n"
-                L"Vcom Device-instance-path: %s\n\n",
-                kProductVersionMajor, kProductVersionMinor, kProductVersionBuild,
-                shown.online != 0 ? L"" : L"(offline)", shown.idVendor, shown.idProduct, shown.bcdDevice >> 8,
-                shown.bcdDevice & 0xFF, shown.manufacturer, shown.product, shown.serialNumber,
-                shown.usbdInstancePath, shown.vcomInstancePath);
+    xfmt(text, kUsbdInfoTextChars,
+         L"TAVIX CoInstaller version: %d.%d.%d\n\n"
+         L"Usb device info %s:\n"
+         L"  idVender: %04X , idProduct: %04X\n"
+         L"  bcdDevice: %02d.%02d\n"
+         L"  Manufacturer: %s\n"
+         L"  Product: %s\n"
+         L"  Serial: %s\n"
+         L"  Usbd Device-instance-path: %s\n\n"
+         L"Vcom Device-instance-path: %s\n\n",
+         kProductVersionMajor, kProductVersionMinor, kProductVersionBuild,
+         shown.online != 0 ? L"" : L"(offline)", shown.idVendor, shown.idProduct, shown.bcdDevice >> 8,
+         shown.bcdDevice & 0xFF, shown.manufacturer, shown.product, shown.serialNumber,
+         shown.usbdInstancePath, shown.vcomInstancePath);
 }
 
 uint32_t GetUsbSpeed(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice) noexcept {

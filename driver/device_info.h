@@ -1,4 +1,4 @@
-// What is known of one device: its properties and presence, and what the driver says of it.
+// What is known about one device: its properties and presence, and the driver's information.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 #include "driver/protocol.h"
 
 // A SPDRP_ property as text: REG_SZ as it is, REG_DWORD as "0x%X". False on failure, with `text` untouched;
-// *error then holds the code, ERROR_NO_DATA for a property of another type, else 0.
+// *error then holds the code, ERROR_NO_DATA for a property of another type; it is 0 on success.
 bool GetDeviceRegistryText(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD property, HeapText& text,
                            DWORD* error = nullptr) noexcept;
 
@@ -24,13 +24,15 @@ bool GetDeviceFriendlyName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device,
 // True when the device is present. *problem then holds its CM_PROB code, 0 for none.
 bool GetDevNodeStatus(const SP_DEVINFO_DATA& device, ULONG* problem = nullptr) noexcept;
 
-// The USB device behind a VCOM or USB device. Every text of the record is terminated. Returns a Windows
-// error, 0 for success, ERROR_DEVICE_NOT_CONNECTED when the driver's side is gone, kWrongReplyLength
-// (driver/vbus.h) when the driver returned another number of bytes; then `info` is untouched.
+// Asks the driver about a USB device, named by itself or by its VCOM. Every text of the record is terminated.
+// Returns a Windows error, 0 for success, ERROR_DEVICE_NOT_CONNECTED when the driver's side is gone,
+// kWrongReplyLength (driver/vbus.h) when the driver returned another number of bytes; then `info` is
+// untouched.
 DWORD GetUsbdInfo(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsbdInfo_st& info) noexcept;
 
-// The text that shows such a record. Returns the length of the whole text, as xfmt does.
-int32_t FormatUsbdInfo(const UsbdInfo_st& info, wchar_t* buffer, int32_t bufferChars) noexcept;
+// The longest text of such a record: five texts of up to 128 characters and their labels.
+inline constexpr int32_t kUsbdInfoTextChars = 1200;
+void FormatUsbdInfo(const UsbdInfo_st& info, wchar_t (&text)[kUsbdInfoTextChars]) noexcept;
 
 // UsbSpeed of a USB device; 0 when it is not mapped to a VCOM or the driver does not answer.
 uint32_t GetUsbSpeed(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice) noexcept;

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int32_t kStatisticsChars = 1000;
-
 uint32_t PackVersion(const DriverVersion_st& version) {
     return ((version.major << 8 | version.minor) << 8 | version.build) << 8;
 }
@@ -30,8 +28,8 @@ void ShowOpenFailure(DWORD error) {
 }
 
 void ShowLogStatistics(const LogCfg_st& log) {
-    wchar_t text[kStatisticsChars];
-    FormatLogStatistics(log, text, kStatisticsChars);
+    wchar_t text[kLogStatisticsChars];
+    FormatLogStatistics(log, text);
     MsgBoxKind(nullptr, kMessageInformation, GetActiveWindow(), L"%s", text);
 }
 
@@ -100,14 +98,14 @@ bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noex
     return error == ERROR_SUCCESS;
 }
 
-int32_t FormatLogStatistics(const LogCfg_st& log, wchar_t* buffer, int32_t bufferChars) noexcept {
+void FormatLogStatistics(const LogCfg_st& log, wchar_t (&text)[kLogStatisticsChars]) noexcept {
     // Multiplied as unsigned, so that a large watermark wraps around instead of overflowing.
     const int32_t hundredfold = static_cast<int32_t>(log.watermarkMaxReached * 100);
     const int32_t percent = log.logbufSize > 0 ? hundredfold / log.logbufSize : 0;
-    return xfmt(buffer, bufferChars,
-                L"logbuf_size=%d\nwatermark_max_reached=%d (%d%%)\n\n"
-                L"bytes_append=%lld\ncount_appends=%lld\ncount_filesysop=%lld\n\n"
-                L"bytes_overrun=%lld\ncount_overrun=%lld\n",
-                log.logbufSize, log.watermarkMaxReached, percent, log.bytesAppend, log.countAppends,
-                log.countFilesysop, log.bytesOverrun, log.countOverrun);
+    xfmt(text, kLogStatisticsChars,
+         L"logbuf_size=%d\nwatermark_max_reached=%d (%d%%)\n\n"
+         L"bytes_append=%lld\ncount_appends=%lld\ncount_filesysop=%lld\n\n"
+         L"bytes_overrun=%lld\ncount_overrun=%lld\n",
+         log.logbufSize, log.watermarkMaxReached, percent, log.bytesAppend, log.countAppends,
+         log.countFilesysop, log.bytesOverrun, log.countOverrun);
 }

@@ -8,22 +8,22 @@
 #include "driver/protocol.h"
 
 inline constexpr int32_t kDriverVersionTextChars = 110;
-// Shown where the version should stand when there is none.
+// Shown in place of the version when there is none.
 inline constexpr wchar_t kNoDriverVersionText[] = L"[TAVIX]";
 
 // "TAVIX 1.7.11", followed by " (Debug)" for a debug build.
 void FormatDriverVersion(const DriverVersion_st& version, wchar_t (&text)[kDriverVersionTextChars]) noexcept;
 
-// The driver's version as that text. The packed version has one byte each for
-// major, minor and build above a zero byte. False on failure, with text and version untouched; *error then
-// holds the Windows error, ERROR_NOT_READY when there is no Vbus, else 0.
+// The driver's version as that text. The packed version has one byte each for major, minor and build above a
+// zero byte. False on failure, with text and version untouched; *error then holds the Windows error,
+// ERROR_NOT_READY when there is no Vbus; it is 0 on success.
 bool GetDriverVersionText(uint32_t* packedVersion, wchar_t (&text)[kDriverVersionTextChars],
                           DWORD* error = nullptr) noexcept;
 
 // The packed version, 0 on failure. *error as above.
 uint32_t GetDriverVersionNumber(DWORD* error = nullptr) noexcept;
 
-// The record of the driver's logging. Returns a Windows error, ERROR_NOT_READY when there is no Vbus.
+// Reads the driver's logging record. Returns a Windows error, ERROR_NOT_READY when there is no Vbus.
 DWORD QueryLogCfg(LogCfg_st& log) noexcept;
 
 // False also when the driver cannot be asked.
@@ -35,5 +35,6 @@ bool IsFileLoggingOn() noexcept;
 // error as last error.
 bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noexcept;
 
-// Returns the length of the whole text, as xfmt does.
-int32_t FormatLogStatistics(const LogCfg_st& log, wchar_t* buffer, int32_t bufferChars) noexcept;
+// Enough for the largest numbers.
+inline constexpr int32_t kLogStatisticsChars = 300;
+void FormatLogStatistics(const LogCfg_st& log, wchar_t (&text)[kLogStatisticsChars]) noexcept;

@@ -1,4 +1,4 @@
-// Who has the VCOM's port open, and what the driver knows of the USB device behind it.
+// Who has the VCOM's port open, and what the driver knows about its USB device.
 #include "base/message_box.h"
 #include "base/xfmt.h"
 #include "driver/device_info.h"
@@ -11,8 +11,6 @@
 #include "ui/info_box.h"
 
 namespace {
-
-constexpr int32_t kInfoTextChars = 1200;  // five texts of up to 128 characters and their labels
 
 void ReportUsbdInfoFailure(HWND page, DWORD error) noexcept {
     wchar_t reason[kRequestErrorChars];
@@ -44,8 +42,8 @@ void ShowUsbdInfo(HWND page, VcomProspageParams_st& state) noexcept {
         ReportUsbdInfoFailure(page, error);
         return;
     }
-    wchar_t text[kInfoTextChars];
-    FormatUsbdInfo(info, text, kInfoTextChars);
+    wchar_t text[kUsbdInfoTextChars];
+    FormatUsbdInfo(info, text);
     FlexiInfoShowText(page, text);
     if (info.vcomInstancePath[0] != L'\0')
         SelfTestUsbdDevinstPath(info.vcomInstancePath, info.usbdInstancePath);

@@ -22,7 +22,7 @@ bool IsHighSurrogate(wchar_t unit) {
     return unit >= 0xD800 && unit <= 0xDBFF;
 }
 
-// The driver may hold the log open for writing, so nothing is refused to it.
+// The driver may have the log open for writing, so all sharing is allowed.
 FileHandle OpenLog(const wchar_t* path) noexcept {
     return FileHandle(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                   nullptr, OPEN_EXISTING, 0, nullptr));
@@ -38,28 +38,28 @@ bool ReadTailBytes(const wchar_t* path, HeapArray<char>& bytes) noexcept {
     if (!bytes.Resize(static_cast<size_t>(tailBytes))) return false;
     const int64_t readBytes =
         ReadFileAt(file.get(), fileBytes - tailBytes, static_cast<uint32_t>(tailBytes), bytes.data());
-    // The file may have shrunk since its size was asked for.
+    // The file may have shrunk since its size was read.
     return readBytes >= 0 && bytes.Resize(static_cast<size_t>(readBytes));
 }
 
 // folder + backslash + the formatted name, cut to kUsberrPathChars.
-void JoinPath(wchar_t* path, const wchar_t* folder, const wchar_t* nameFormat, ...) {
+void JoinPath(wchar_t (&path)[kUsberrPathChars], const wchar_t* folder, const wchar_t* nameFormat, ...) {
     va_list args;
     va_start(args, nameFormat);
-    XfmtNested name{kXfmtNestedMagic, nameFormat, &args};
+    XfmtNested name = {kXfmtNestedMagic, nameFormat, &args};
     xfmt(path, kUsberrPathChars, L"%s\\%w", folder, &name);
     va_end(args);
 }
 
 }  // namespace
 
-int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path) noexcept {
+int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t (&path)[kUsberrPathChars]) noexcept {
     xfmt(path, kUsberrPathChars, L"System32\\QrvTavix\\usberr\\usberr_%s.log", instanceId);
     std::replace(path + kUsberrRelativeNameIndex, path + wcslen(path), L'\\', L'#');
     return kUsberrRelativeNameIndex;
 }
 
-bool UsberrLogPath(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, wchar_t* path) noexcept {
+bool UsberrLogPath(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, wchar_t (&path)[kUsberrPathChars]) noexcept {
     path[0] = L'\0';
     wchar_t instanceId[kUsberrPathChars] = {};
     wchar_t windowsFolder[kUsberrPathChars] = {};
@@ -102,9 +102,9 @@ bool ReadUsberrTail(const wchar_t* path, HeapText& text) noexcept {
     return ReadTailBytes(path, bytes) && DecodeUsberrTail({bytes.data(), bytes.size()}, text);
 }
 
-bool ReadUsberrLog(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, UsberrLog& log) noexcept {
-    if (!UsberrLogPath(deviceInfoSet, deviceInfoData, log.path)) return false;
-    log.times = ReadUsberrTimes(deviceInfoSet, deviceInfoData, log.path);
+bool ReadUsberrLog(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsberrLog& log) noexcept {
+    if (!UsberrLogPath(deviceSet, device, log.path)) return false;
+    log.times = ReadUsberrTimes(deviceSet, device, log.path);
     log.isReadable = log.times.HasLog() && ReadUsberrTail(log.path, log.tail);
     return true;
 }
@@ -118,7 +118,8 @@ const wchar_t* UsberrRecentText(const wchar_t* tail) noexcept {
     return text;
 }
 
-bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* savePath) noexcept {
+bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now,
+                    wchar_t (&savePath)[kUsberrPathChars]) noexcept {
     savePath[0] = L'\0';
     wchar_t profileFolder[MAX_PATH] = {};
     if (FAILED(SHGetFolderPathW(nullptr, CSIDL_PROFILE, nullptr, SHGFP_TYPE_CURRENT, profileFolder)))

@@ -1,4 +1,4 @@
-// The log of USB startup errors that the driver writes for each USB device: where it lies, what its tail
+// The log of USB startup errors that the driver writes for each USB device: where it is, what its tail
 // says, whether its errors are recent. The library never writes into it; on request it is deleted or copied.
 #pragma once
 
@@ -10,24 +10,24 @@
 
 #include <setupapi.h>
 
-inline constexpr int32_t kUsberrPathChars = 260;    // capacity of every path buffer here, terminator included
-inline constexpr int32_t kUsberrTailBytes = 64000;  // how much of the file's end is read
+inline constexpr int32_t kUsberrPathChars = 260;         // of every path here, terminator included
+inline constexpr int32_t kUsberrTailBytes = 64000;       // how much of the file's end is read
 inline constexpr int32_t kUsberrTailMaxChars = 63999;    // how much of it is shown, terminator not included
 inline constexpr int32_t kUsberrRelativeNameIndex = 25;  // length of "System32\QrvTavix\usberr\"
 
 // Full path of the device's log (cut to kUsberrPathChars). False when the instance ID cannot be read or the
 // Windows directory is unknown; `path` is then empty.
-bool UsberrLogPath(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, wchar_t* path) noexcept;
+bool UsberrLogPath(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, wchar_t (&path)[kUsberrPathChars]) noexcept;
 
 // The path below the Windows directory for an instance ID,
 // "System32\QrvTavix\usberr\usberr_USB#VID...#SN.log" (cut to kUsberrPathChars). Returns where its file name
 // starts: kUsberrRelativeNameIndex.
-int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t* path) noexcept;
+int32_t UsberrRelativePath(const wchar_t* instanceId, wchar_t (&path)[kUsberrPathChars]) noexcept;
 
 // The file name within a path that UsberrLogPath built.
 const wchar_t* UsberrLogName(const wchar_t* path) noexcept;
 
-// What decides between recent and past errors, in milliseconds since 1970-01-01 UTC.
+// The times that decide between recent and past errors, in milliseconds since 1970-01-01 UTC.
 struct UsberrTimes {
     int64_t logWritten;      // 0: there is no log
     int64_t startupSuccess;  // last successful start of the device, 0 when never recorded
@@ -42,30 +42,31 @@ UsberrTimes ReadUsberrTimes(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const w
 // be read or memory runs out; the text is then empty.
 bool ReadUsberrTail(const wchar_t* path, HeapText& text) noexcept;
 
-// What ReadUsberrTail makes of at most kUsberrTailBytes bytes. False, with the text as it was, when there is
-// no memory.
+// Decodes at most kUsberrTailBytes bytes for ReadUsberrTail. False, with the text as it was, when there is no
+// memory.
 bool DecodeUsberrTail(std::string_view bytes, HeapText& text) noexcept;
 
 // The part of a tail after its last separator line, or the whole tail when it has none. Points into `tail`.
 const wchar_t* UsberrRecentText(const wchar_t* tail) noexcept;
 
-// The log as it was found at one moment.
+// The log as it was at one moment.
 struct UsberrLog {
     wchar_t path[kUsberrPathChars] = {};
     UsberrTimes times = {};
-    bool isReadable = false;  // there is a log, and `tail` is what it says
+    bool isReadable = false;  // there is a log, and `tail` holds its text
     HeapText tail;
 };
 
-// False when the path cannot be told.
-bool ReadUsberrLog(HDEVINFO deviceInfoSet, SP_DEVINFO_DATA* deviceInfoData, UsberrLog& log) noexcept;
+// False when the path is unknown.
+bool ReadUsberrLog(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, UsberrLog& log) noexcept;
 
-// Where a copy goes: the user's profile folder, the time and the log's own name. False when the folder is
+// The path for a copy: the user's profile folder, the time and the log's own name. False when the folder is
 // unknown.
-bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now, wchar_t* savePath) noexcept;
+bool UsberrSavePath(const wchar_t* logPath, const SYSTEMTIME& now,
+                    wchar_t (&savePath)[kUsberrPathChars]) noexcept;
 
-// Windows error of copying the log over whatever is at `savePath`, 0 on success.
+// Copies the log over whatever is at `savePath`. Returns a Windows error, 0 on success.
 DWORD CopyUsberrLog(const wchar_t* logPath, const wchar_t* savePath) noexcept;
 
-// Windows error of deleting the log, 0 on success.
+// Deletes the log. Returns a Windows error, 0 on success.
 DWORD DeleteUsberrLog(const wchar_t* logPath) noexcept;

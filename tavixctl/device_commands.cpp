@@ -93,8 +93,8 @@ std::string ShownText(const Device& device, const Details& details) {
         text += "Opened by:    process " + std::to_string(details.openerPid) + " " +
                 Utf8(details.openerPath) + "\n";
     if (!details.info) return text;
-    wchar_t information[4000] = {};
-    FormatUsbdInfo(*details.info, information, 4000);
+    wchar_t information[kUsbdInfoTextChars];
+    FormatUsbdInfo(*details.info, information);
     return text + "\n" + Utf8(information);
 }
 

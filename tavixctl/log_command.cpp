@@ -23,8 +23,8 @@ LogCfg_st ReadLogCfg(HANDLE vbus) {
 }
 
 void ShowLog(const Output& output, const LogCfg_st& log) {
-    wchar_t statistics[kTextChars];
-    FormatLogStatistics(log, statistics, kTextChars);
+    wchar_t statistics[kLogStatisticsChars];
+    FormatLogStatistics(log, statistics);
     const Json json = {{"enabled", log.fileLogging != 0},      {"level", log.levels[0]},
                        {"bufferBytes", log.logbufSize},        {"bufferPeakBytes", log.watermarkMaxReached},
                        {"bytesAppended", log.bytesAppend},     {"appends", log.countAppends},

@@ -1,5 +1,5 @@
 // Memory for tests of functions that write into a caller's buffer: one step beyond a border of it faults at
-// the offending instruction, because the neighbouring page is reserved but has no memory.
+// the offending instruction, because the neighboring page is reserved but has no memory.
 #pragma once
 
 #include <cstddef>
@@ -38,6 +38,13 @@ class GuardedBuffer {
     T* data() noexcept { return data_; }
     const T* data() const noexcept { return data_; }
     size_t size() const noexcept { return count_; }
+    // For functions that take an array of exactly this size.
+    template <size_t count>
+    T (&AsArray() noexcept)
+    [count] {
+        if (count != count_) abort();
+        return *reinterpret_cast<T(*)[count]>(data_);
+    }
     T& operator[](size_t index) noexcept { return data_[index]; }
     const T& operator[](size_t index) const noexcept { return data_[index]; }
 

@@ -107,8 +107,8 @@ TEST_F(AccessUsbdInfo, TellsWhoTheDeviceIs) {
 
 TEST_F(AccessUsbdInfo, IsShownAsText) {
     ASSERT_EQ(Get(), DWORD{ERROR_SUCCESS});
-    wchar_t text[2000];
-    FormatUsbdInfo(info_, text, 2000);
+    wchar_t text[kUsbdInfoTextChars];
+    FormatUsbdInfo(info_, text);
     EXPECT_EQ(std::wstring(text),
               L"TAVIX CoInstaller version: 1.7.11\n\nUsb device info :\n"
               L"  idVender: 1234 , idProduct: 5678\n  bcdDevice: 01.02\n  Manufacturer: Holmark\n"

@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "driver/vbus.h"
+#include "tests/support/guarded_buffer.h"
 #include "tests/support/heap_texts.h"
 #include "tests/unit/driver/fake_vbus.h"
 
@@ -242,8 +243,8 @@ TEST_F(UsbdInfo, EveryTextIsTerminated) {
 }
 
 TEST(UsbdInfoText, ShowsAnOnlineDevice) {
-    wchar_t text[2000];
-    FormatUsbdInfo(GoodInfo(), text, 2000);
+    wchar_t text[kUsbdInfoTextChars];
+    FormatUsbdInfo(GoodInfo(), text);
     EXPECT_STREQ(text,
                  L"TAVIX CoInstaller version: 1.7.11\n\n"
                  L"Usb device info :\n"
@@ -259,8 +260,8 @@ TEST(UsbdInfoText, ShowsAnOnlineDevice) {
 TEST(UsbdInfoText, SaysThatADeviceIsOffline) {
     UsbdInfo_st info = GoodInfo();
     info.online = 0;
-    wchar_t text[2000];
-    FormatUsbdInfo(info, text, 2000);
+    wchar_t text[kUsbdInfoTextChars];
+    FormatUsbdInfo(info, text);
     EXPECT_NE(std::wstring(text).find(L"\n\nUsb device info (offline):\n"), std::wstring::npos);
 }
 
@@ -268,10 +269,12 @@ TEST(UsbdInfoText, SurvivesTextsWithoutATerminator) {
     std::vector<BYTE> full(sizeof(UsbdInfo_st), 'A');
     UsbdInfo_st info;
     std::memcpy(&info, full.data(), sizeof(info));
-    wchar_t text[2000];
-    FormatUsbdInfo(info, text, 2000);
-    EXPECT_NE(std::wstring(text).find(L"  Product: " + std::wstring(127, 0x4141) + L"\n"),
-              std::wstring::npos);
+    GuardedBuffer<wchar_t> text(kUsbdInfoTextChars);
+    FormatUsbdInfo(info, text.AsArray<kUsbdInfoTextChars>());
+    const std::wstring shown = text.data();
+    EXPECT_NE(shown.find(L"  Product: " + std::wstring(127, 0x4141) + L"\n"), std::wstring::npos);
+    EXPECT_TRUE(shown.ends_with(L"Vcom Device-instance-path: " + std::wstring(128, 0x4141) + L"\n\n"))
+        << "nothing is cut";
 }
 
 class UsbSpeedOfDevice : public UsbdInfo {

@@ -30,7 +30,7 @@ class UsberrRelativePathTest : public testing::TestWithParam<PathRow> {};
 
 TEST_P(UsberrRelativePathTest, FormsThePath) {
     GuardedBuffer<wchar_t> path(kUsberrPathChars);
-    EXPECT_EQ(UsberrRelativePath(GetParam().instanceId, path.data()), 25);
+    EXPECT_EQ(UsberrRelativePath(GetParam().instanceId, path.AsArray<kUsberrPathChars>()), 25);
     EXPECT_STREQ(path.data(), GetParam().expected);
 }
 
@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(UsberrRelativePath, AnOverlongIdIsCut) {
     GuardedBuffer<wchar_t> path(kUsberrPathChars);
-    UsberrRelativePath(std::wstring(300, L'x').c_str(), path.data());
+    UsberrRelativePath(std::wstring(300, L'x').c_str(), path.AsArray<kUsberrPathChars>());
     EXPECT_EQ(wcslen(path.data()), 259u);
 }
 
@@ -58,7 +58,7 @@ bool LogPath(std::wstring& text) {
                  });
     SP_DEVINFO_DATA device = {};
     GuardedBuffer<wchar_t> path(kUsberrPathChars);
-    const bool told = UsberrLogPath(nullptr, &device, path.data());
+    const bool told = UsberrLogPath(nullptr, &device, path.AsArray<kUsberrPathChars>());
     text = path.data();
     return told;
 }

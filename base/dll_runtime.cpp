@@ -1,6 +1,5 @@
-// The parts of the language runtime that a DLL of the product brings itself. They stand in place of the
-// toolchain's, which throw, and with that bring the machinery of exceptions, its threads and its reserve of
-// memory. Linked into the DLLs only.
+// The parts of the language runtime that the product's DLLs replace: the toolchain's throw, and so bring in
+// the machinery of exceptions with its threads and its reserve of memory. Linked into the DLLs only.
 #include <cstdlib>
 #include <new>
 

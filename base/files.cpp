@@ -38,7 +38,7 @@ wchar_t* GetPackageFolder(wchar_t* buffer, int32_t chars) noexcept {
     wchar_t system[MAX_PATH] = L"";
     const UINT length = GetSystemDirectoryW(system, MAX_PATH);
     if (length == 0 || length >= MAX_PATH) {
-        // Without its start the name would mean a folder at the root of some drive.
+        // Without the system directory the name would mean a folder at the root of some drive.
         buffer[0] = L'\0';
         return nullptr;
     }
@@ -47,7 +47,7 @@ wchar_t* GetPackageFolder(wchar_t* buffer, int32_t chars) noexcept {
 }
 
 int64_t GetFileWriteTimeUemsec(const wchar_t* path) noexcept {
-    // The driver may be writing the file, so nothing is refused to others.
+    // The driver may be writing the file, so all sharing is allowed.
     const FileHandle file(CreateFileW(path, FILE_READ_ATTRIBUTES,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                       OPEN_EXISTING, 0, nullptr));

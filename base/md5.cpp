@@ -8,8 +8,8 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "words are read as they lie in memory");
 
-// The round functions are written so that the value known last (x) is used as late as possible: every step
-// waits for the one before it, and nothing else limits the speed.
+// The round functions use the value that is known last (x) as late as possible: each step depends on the one
+// before it, and nothing else limits the speed.
 struct RoundF {
     static uint32_t Mix(uint32_t sum, uint32_t x, uint32_t y, uint32_t z) {
         return sum + (z ^ (x & (y ^ z)));

@@ -1,6 +1,6 @@
 #include "base/no_error_boxes.h"
 
-// kernel32.dll is in every process, so that nothing needs to be loaded.
+// Every process has kernel32.dll, so nothing needs to be loaded.
 NoErrorBoxes::NoErrorBoxes() noexcept
     : setForThread_(reinterpret_cast<SetThreadErrorModeFunction>(
           GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "SetThreadErrorMode"))),
@@ -10,7 +10,7 @@ NoErrorBoxes::~NoErrorBoxes() {
     SetMode(before_);
 }
 
-// Returns the mode until now.
+// Returns the previous mode.
 DWORD NoErrorBoxes::SetMode(DWORD mode) const noexcept {
     DWORD before = 0;
     if (setForThread_ == nullptr) return SetErrorMode(mode);

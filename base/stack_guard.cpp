@@ -29,7 +29,7 @@ namespace {
         guard = (guard ^ part) * 0x9E3779B97F4A7C15;
         guard ^= guard >> 29;
     }
-    // A zero character at its start: a text that runs over it cannot carry the rest along.
+    // Begins with a zero character, so that an overrunning text copy stops before the rest.
     __stack_chk_guard = guard & ~uintptr_t{0xFFFF};
 }
 

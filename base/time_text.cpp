@@ -26,7 +26,7 @@ bool FiletimeFromUnix(int64_t seconds, FILETIME& filetime) {
     int64_t units;
     if (__builtin_add_overflow(seconds, kSecondsFrom1601To1970, &units)) return false;
     if (__builtin_mul_overflow(units, kUnitsPerSecond, &units)) return false;
-    // Not a time that the system knows, but east of UTC the way to local time could lift it above zero.
+    // The system refuses such a time, but converting it to local time east of UTC could lift it above zero.
     if (units < 0) return false;
     filetime = std::bit_cast<FILETIME>(units);
     return true;

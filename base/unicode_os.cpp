@@ -8,7 +8,7 @@ constexpr DWORD kCaptionChars = 128;
 
 void EndProcessWithoutUnicode() noexcept {
     if (GetWindowsDirectoryW(nullptr, 0) != 0) return;
-    // Old systems leave a cut path unterminated; the zero after it stays.
+    // Old systems do not terminate a path that they cut; the extra zero does.
     char caption[kCaptionChars + 1] = "";
     GetModuleFileNameA(nullptr, caption, kCaptionChars);
     MessageBoxA(GetActiveWindow(), "This application requires an OS that supports Unicode.", caption, MB_OK);

@@ -23,7 +23,7 @@ bool HasOurService(HDEVINFO deviceSet, SP_DEVINFO_DATA* device) noexcept {
 struct KindRule {
     std::wstring_view prefix;
     DeviceKind kind;
-    bool needsOurService;  // without it the node is none of ours, whatever rules follow
+    bool needsOurService;  // without it the node is not ours, whatever rules follow
 };
 
 // The first rule whose prefix matches decides.
@@ -43,7 +43,7 @@ DeviceKind ClassifyDevice(HDEVINFO deviceSet, SP_DEVINFO_DATA* device) noexcept 
     const std::wstring_view id = BoundedText(buffer);
     CharUpperBuffW(buffer, static_cast<DWORD>(id.size()));
     for (const KindRule& rule : kRules) {
-        // As ASCII: in a user's locale an i need not be the lower case of I.
+        // As ASCII: in the user's locale, i may not be the lower case of I.
         if (!BeginsIgnoringCase(id, rule.prefix)) continue;
         if (rule.needsOurService && !HasOurService(deviceSet, device)) return DeviceKind::Unkn;
         return rule.kind;

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr size_t kFirstTryBytes = 256;
-// Another program may make the property larger between the calls.
+// Another program may enlarge the property between the calls.
 constexpr int kMaxTries = 20;
 constexpr int32_t kNumberTextChars = 16;
 

@@ -11,7 +11,7 @@ namespace {
 constexpr int32_t kRateChars = 80;
 constexpr int32_t kTimeChars = 80;
 
-// A long text that is written piece by piece; what does not fit is cut.
+// A long text written piece by piece and cut at the capacity.
 class Report {
   public:
     Report(wchar_t* text, int32_t textChars) noexcept : end_(text), left_(static_cast<uint32_t>(textChars)) {}
@@ -43,7 +43,7 @@ void FormatRate(uint64_t bytes, uint64_t previousBytes, const FlowpathReport& re
         xfmt(rate, kRateChars, L"%s <1 KB/s", increment);
 }
 
-// Zeros for a time that no calendar has.
+// Zeros for a time that the calendar cannot show.
 void FormatCreation(int64_t uemsec, wchar_t (&text)[kTimeChars]) noexcept {
     TimeTm local = {};
     const bool known = time_unix_to_tm_local(uemsec / 1000, &local) != 0;

@@ -26,7 +26,7 @@ void StoreCount(DWORD* charsReturned, DWORD chars) {
     if (charsReturned != nullptr) *charsReturned = chars;
 }
 
-// With its terminator. False when there is no memory; a text that is not of the code page becomes empty.
+// Converts with the terminator. False without memory; a text that is invalid in the code page becomes empty.
 bool WideFromSystemCodePage(const char* text, HeapArray<wchar_t>& wide) {
     const int chars = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
     if (!wide.Resize(static_cast<size_t>(std::max(chars, 1)))) return false;

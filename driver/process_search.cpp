@@ -4,7 +4,7 @@
 
 #include "base/windows_api.h"
 
-// The functions' homes on systems older than version 6.1: psapi.dll, not kernel32.dll.
+// Where these functions are on systems older than version 6.1: psapi.dll, not kernel32.dll.
 #define PSAPI_VERSION 1
 #include <psapi.h>
 #include <shlwapi.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr size_t kMaxProcesses = 1000;
 
-// Systems of major version 5 do not know the limited right.
+// Major version 5 does not know the limited right.
 DWORD LimitedQueryAccess() {
     return IsWinXpFamily() ? PROCESS_QUERY_INFORMATION : PROCESS_QUERY_LIMITED_INFORMATION;
 }
@@ -43,7 +43,7 @@ bool GetLimitedExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) {
 }
 
 bool NamesProgram(const wchar_t* path, std::wstring_view name) {
-    // A longer name is in no path.
+    // No path contains a longer name.
     if (name.size() >= MAX_PATH) return false;
     wchar_t needle[1 + MAX_PATH];
     xfmt(needle, 1 + MAX_PATH, L"\\%.*s", static_cast<int32_t>(name.size()), name.data());

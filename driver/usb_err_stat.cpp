@@ -27,7 +27,7 @@ bool IsUnrecovered(uint64_t detected, uint64_t recovered) {
     return detected != 0 && recovered <= detected;
 }
 
-// The report under construction; what does not fit is cut.
+// The report under construction, cut at its capacity.
 class Report {
   public:
     template <typename... Args>

@@ -18,7 +18,7 @@ constexpr size_t kInstanceIdChars = 1000;
 
 std::atomic<bool> g_readOnly = false;
 
-// Storage for a SP_DEVICE_INTERFACE_DETAIL_DATA_W, which ends in a text of open length.
+// Storage for a SP_DEVICE_INTERFACE_DETAIL_DATA_W, which ends in a text of variable length.
 template <size_t bytes>
 union InterfaceDetail {
     SP_DEVICE_INTERFACE_DETAIL_DATA_W head;

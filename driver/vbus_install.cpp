@@ -21,14 +21,14 @@ constexpr wchar_t kVbusDescription[] = L"<Holmark TAVIX VBus>";
 // The System device setup class.
 constexpr GUID kVbusClass = {0x4D36E97D, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
 constexpr wchar_t kVbusHardwareId[] = L"qrvtek_tavix_vbus";
-// One NUL and not the two of a multi-string: deliberate, installed systems have the property so.
+// One NUL, not the two of a multi-string: deliberate, installed systems have it this way.
 constexpr DWORD kVbusHardwareIdBytes = sizeof(kVbusHardwareId);
 static_assert(kVbusHardwareIdBytes == 36);
 
 bool VbusNodeExists() noexcept {
     RegValue flags;
     const DWORD error = ReadRegValue(HKEY_LOCAL_MACHINE, kVbusProbeKey, kVbusProbeValue, flags);
-    // A number of a wrong size is there all the same.
+    // A number of the wrong size still counts as present.
     return error == ERROR_SUCCESS || error == ERROR_INVALID_DATA;
 }
 
@@ -43,13 +43,13 @@ bool CreateVbusElement(HDEVINFO list, HWND parentWindow, SP_DEVINFO_DATA& vbus) 
 bool InstallVbusElement(HDEVINFO list, SP_DEVINFO_DATA& vbus) noexcept {
     if (!SetupDiCallClassInstaller(DIF_REGISTERDEVICE, list, &vbus)) return false;
     if (!SetupDiBuildDriverInfoList(list, &vbus, SPDIT_COMPATDRIVER)) return false;
-    // Whether these two succeed shows in the installation itself.
+    // A failure of these two shows in the installation itself.
     SetupDiCallClassInstaller(DIF_SELECTBESTCOMPATDRV, list, &vbus);
     SetupDiCallClassInstaller(DIF_REGISTER_COINSTALLERS, list, &vbus);
     if (!SetupDiCallClassInstaller(DIF_INSTALLDEVICE, list, &vbus)) return false;
     SP_DEVINSTALL_PARAMS_W parameters = {};
     parameters.cbSize = sizeof(parameters);
-    SetupDiGetDeviceInstallParamsW(list, &vbus, &parameters);  // the answer is of no interest
+    SetupDiGetDeviceInstallParamsW(list, &vbus, &parameters);  // the answer is not used
     return true;
 }
 

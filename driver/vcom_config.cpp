@@ -38,7 +38,7 @@ UfAppErr WriteGlobalCfg(HANDLE vbus, const GlobalCfg_st& global) {
     return error == ERROR_SUCCESS ? static_cast<UfAppErr>(result) : UfAppErr_Unknown;
 }
 
-// Empty when the device has no name or the Vbus cannot be opened; without a name nothing is opened.
+// Empty when the device has no name or the Vbus cannot be opened; without a name no attempt is made.
 FileHandle OpenVbusFor(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DeviceName_st& name) {
     return GetDeviceName(deviceSet, device, name) ? OpenVbus() : FileHandle();
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Error of the opening. A version that cannot be had is no reason to stop.
+// Returns the error of opening the Vbus. A missing version is no reason to stop.
 DWORD ReadVersion(VcomSnapshot& shown) noexcept {
     DWORD openError = ERROR_SUCCESS;
     CopyBounded(shown.version, kDriverVersionTextChars, kNoDriverVersionText);

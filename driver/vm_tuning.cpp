@@ -29,7 +29,7 @@ VmHost DetectVmHost() noexcept {
 
 void ApplyVmTuningOnce() noexcept {
     if (ReadParamDword(kParamVmDetectDone, 0) != 0) return;
-    // Before the detection, so that one that fails is not tried again with every device.
+    // Before the detection, so that a failed one is not repeated for every device.
     WriteParamDword(kParamVmDetectDone, 1);
     if (DetectVmHost() == VmHost::kNone) return;
     WriteParamDword(kParamDropPartialBytes, 1);

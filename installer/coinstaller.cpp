@@ -16,7 +16,7 @@
 
 namespace {
 
-// The process that the call comes from; for the trace only.
+// The calling process, for the trace only.
 struct HostProcess {
     DWORD id;
     wchar_t executable[MAX_PATH];
@@ -26,7 +26,7 @@ HostProcess ReadHostProcess() noexcept {
     HostProcess host = {};
     host.id = GetCurrentProcessId();
     GetModuleFileNameW(nullptr, host.executable, MAX_PATH);
-    // The oldest systems leave a path that is too long without a terminator.
+    // The oldest systems do not terminate a path that is too long.
     host.executable[MAX_PATH - 1] = L'\0';
     return host;
 }
@@ -62,12 +62,12 @@ DWORD InstallDevice(const CallRecord& call, DeviceKind kind, const HostProcess& 
     return NO_ERROR;
 }
 
-// Whatever the driver says, removal goes on.
+// Removal continues whatever the driver answers.
 void SendRemoveNotice(const CallRecord& call) noexcept {
     DoDeviceIoctl(call.deviceSet, call.device, IOCTL_TAVIX_RemoveDevice, nullptr, 0);
 }
 
-// An object that no page has taken is destroyed here.
+// An object that no page took is destroyed here.
 void AddPropertyPage(const CallRecord& call, DeviceKind kind) noexcept {
     std::optional<DevicePage> page = PrepareDevicePage(kind);
     if (!page.has_value()) return;

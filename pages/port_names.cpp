@@ -18,7 +18,7 @@ const wchar_t kPortLegend[] =
     L"them.\r\n";
 
 std::optional<int32_t> ParsePortNumber(const wchar_t* name) noexcept {
-    constexpr int32_t kLongestDigits = 9;  // what a 32-bit number always holds
+    constexpr int32_t kLongestDigits = 9;  // always fit a 32-bit number
     if (wcsncmp(name, L"COM", 3) != 0) return std::nullopt;
     int32_t number = 0;
     int32_t digits = 0;

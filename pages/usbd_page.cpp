@@ -52,7 +52,7 @@ void ShowMapping(HWND page, UsbdProspageParams_st& state, const UsbdSnapshot& sn
     SetControlText(page, IDC_USBD_MAPPING, text);
 }
 
-// All are shared icons: nobody destroys them, and the same one has the same handle again.
+// All are shared icons, which are never destroyed; the same icon always has the same handle.
 HICON StateIcon(const UsbdSnapshot& snapshot) noexcept {
     if (!snapshot.IsWorking()) return LoadIconW(ModuleInstance(), MAKEINTRESOURCEW(IDI_DEVICE_FAILED));
     if (snapshot.log.times.AreErrorsRecent()) return LoadIconW(nullptr, IDI_WARNING);
@@ -98,7 +98,7 @@ void UnselectStatus(HWND page) noexcept {
     PostMessageW(GetDlgItem(page, IDC_USBD_STATUS), EM_SETSEL, 0, 0);
 }
 
-// The focus leaves what gets disabled; the status is always enabled.
+// The focus leaves disabled controls for the status, which is always enabled.
 void EnableWhatWorks(HWND page, bool vcom, bool logging) noexcept {
     const HWND focusBefore = GetFocus();
     EnableControl(page, IDC_USBD_OPEN_VCOM, vcom, IDC_USBD_STATUS);
@@ -106,7 +106,7 @@ void EnableWhatWorks(HWND page, bool vcom, bool logging) noexcept {
     if (GetFocus() != focusBefore) UnselectStatus(page);
 }
 
-// False when the log's path cannot be told; the page then shows the mapping only.
+// False when the log's path is unknown; the page then shows the mapping only.
 bool RefreshPage(HWND page, UsbdProspageParams_st& state, UsberrRefreshMode mode) noexcept {
     UsbdSnapshot snapshot;
     const bool complete = ReadUsbdSnapshot(state.deviceInfoSet, state.deviceInfoData, snapshot);
@@ -165,7 +165,8 @@ void OnFileLogging(HWND page, UsbdProspageParams_st&) noexcept {
     OnFileLoggingClicked(page, IDC_FILE_LOGGING);
 }
 
-// Escape in the log text ends here. The sheet goes with its page, which would leave it an empty frame.
+// Escape in the log text arrives here. It closes the sheet, because closing the page alone would leave an
+// empty frame.
 void OnCancel(HWND page, UsbdProspageParams_st&) noexcept {
     EndDialog(page, IDCANCEL);
     PropSheet_PressButton(GetParent(page), PSBTN_CANCEL);

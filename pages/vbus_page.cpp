@@ -29,7 +29,7 @@ void AskForDangleVcom(HWND page, uint32_t index) noexcept {
     if (AskYesNo(page, L"Create Dangle VCOM %u ?", index) == IDYES) CreateDangleVcom(page, index);
 }
 
-// The page may be gone after the menu; no box then opens, and a question that cannot be shown is no yes.
+// The page may be gone after the menu; then no box opens, and a question that cannot be shown is not a yes.
 void OnDeveloperMenu(HWND page, VbusProspageParams_st&) noexcept {
     const UINT command = TrackMenuUnder(GetDlgItem(page, IDC_VBUS_DEVELOPER_MENU), kDeveloperMenu);
     switch (command) {

@@ -40,7 +40,7 @@ void MakeToolsButtonWhole(HWND page) noexcept {
     SendDlgItemMessageW(page, IDC_VCOM_TOOLS, BCM_SETSPLITINFO, 0, reinterpret_cast<LPARAM>(&split));
 }
 
-// A name that cannot be read shows a box, so that it comes last.
+// The name comes last, because a failure to read it shows a box.
 void OnTick(HWND page, VcomProspageParams_st& state) noexcept {
     ShowUsbErrorStatus(page, state);
     ShowVcomName(page, state, ReadVcomName(state.deviceInfoSet, state.deviceInfoData));
@@ -65,7 +65,7 @@ void OnInit(HWND page, LPARAM initParam) noexcept {
         StartVcomTimer(page, *shown);
         OnTick(page, *shown);
     }
-    // Boxes may have been shown.
+    // A box may have been shown.
     if (VcomProspageParams_st* const shown = VcomState(page)) CreateHint(page, *shown);
     SetCustomControlIcon(page, IDC_VCOM_ICON);
 }
@@ -78,7 +78,7 @@ void OnFileLogging(HWND page, VcomProspageParams_st&) noexcept {
     OnFileLoggingClicked(page, IDC_FILE_LOGGING);
 }
 
-// Some of what the dialog sets is on the page too.
+// The page shows some of the dialog's settings too.
 void OnMoreGlobalsClicked(HWND page, VcomProspageParams_st&) noexcept {
     ShowGlobalSettings(page);
     if (VcomProspageParams_st* const shown = VcomState(page)) RefreshVcomPage(page, *shown);
@@ -99,7 +99,7 @@ void OnNotify(HWND page, VcomProspageParams_st& state, const NMHDR& header) noex
     LONG_PTR result = 0;
     if (header.code == static_cast<UINT>(PSN_APPLY)) result = OnApply(page, state);
     if (header.code == static_cast<UINT>(PSN_KILLACTIVE)) result = OnKillActive(page);
-    // Of a split button, some systems report every click this way.
+    // Some systems report every click on a split button this way.
     if (header.code == BCN_DROPDOWN && header.idFrom == IDC_VCOM_TOOLS) OnToolsClicked(page, state);
     SetWindowLongPtrW(page, DWLP_MSGRESULT, result);
 }
@@ -121,7 +121,7 @@ INT_PTR AsResult(HBRUSH brush) noexcept {
     return reinterpret_cast<INT_PTR>(brush);
 }
 
-// These return the brush, or FALSE for the usual look. Being unplugged shows before the rest.
+// These return the brush, or FALSE for the default look. Being unplugged takes precedence.
 INT_PTR ColorFriendlyName(HWND page, VcomProspageParams_st& state, const ControlColor& color) noexcept {
     if (state.notPlugged != 0) {
         SetTextColor(color.Dc(), kRed);

@@ -1,4 +1,4 @@
-// Shows what the driver and the system know of the VCOM.
+// Shows what the driver and the system know about the VCOM.
 #include "base/bounded_text.h"
 #include "base/message_box.h"
 #include "base/os_version.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// What makes no sense without a VCOM configuration.
+// Disabled without a VCOM configuration.
 constexpr int kConfigControls[] = {
     IDC_VCOM_PORT_NAME,
     IDC_VCOM_LIFEMODE_TEMPORAL,
@@ -44,7 +44,7 @@ void SetNotPlugged(HWND page, VcomProspageParams_st& state, uint8_t reason, bool
         InvalidateRect(GetDlgItem(page, IDC_VCOM_FRIENDLY_NAME), nullptr, TRUE);
 }
 
-// The list's position of the name in use, -1 when it is none of the list's.
+// The list position of the name in use, -1 when the list does not have it.
 int32_t SelectionOf(const wchar_t* portName) noexcept {
     const auto number = ParsePortNumber(portName);
     const bool listed = number.has_value() && *number >= 1 && *number <= static_cast<int32_t>(kPortNameCount);
@@ -60,7 +60,7 @@ bool AddPortEntries(HWND list, const VcomCfgReply_st& config) noexcept {
     return true;
 }
 
-// A list with a hole would select and save a neighbor of the port: then it stays empty.
+// An incomplete list would select and save a neighbor of the port, so it stays empty then.
 void FillPortList(HWND page, const VcomCfgReply_st& config, const wchar_t* portName) noexcept {
     const HWND list = GetDlgItem(page, IDC_VCOM_PORT_NAME);
     SendMessageW(list, WM_SETREDRAW, FALSE, 0);

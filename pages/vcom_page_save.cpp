@@ -1,4 +1,4 @@
-// What the user chose on the VCOM page, and sending it to the driver.
+// Reads the user's choices on the VCOM page and sends them to the driver.
 #include <algorithm>
 #include <optional>
 
@@ -30,7 +30,7 @@ struct VcomChoices {
     bool serialNumberOnNames;
 };
 
-// Nothing when the selected port cannot be read: saving another one in its place would lose the choice.
+// Empty when the selected port cannot be read: saving another one instead would lose the choice.
 std::optional<VcomChoices> ReadChoices(HWND page) noexcept {
     VcomChoices choices = {};
     choices.portSelected = SendDlgItemMessageW(page, IDC_VCOM_PORT_NAME, CB_GETCURSEL, 0, 0) != CB_ERR;
@@ -61,8 +61,8 @@ std::optional<int32_t> PortNumberOfField(const wchar_t (&field)[kPortNameChars])
     return ParsePortNumber(name);
 }
 
-// The configuration that the choices ask for, from the one that the driver has. Without a selected port the
-// driver's own goes back.
+// The configuration with the user's choices, made from the driver's. Without a selected port the driver's own
+// is sent back.
 VcomCfg WantedSettings(const VcomChoices& choices, const wchar_t (&driversPort)[kPortNameChars]) noexcept {
     VcomCfg wanted = {};
     wanted.lifemode = choices.lifemode;
@@ -93,8 +93,8 @@ SaveOutcome WriteSettings(HWND page, const VcomProspageParams_st& state, const V
     return SaveOutcome::kFailed;
 }
 
-// Shows how it went, unless there was nothing to do; `state` may be gone afterwards. A page that never showed
-// a configuration has no choices of the user. A configuration that cannot be read counts as different.
+// Shows the result, unless there was nothing to do; `state` may be gone afterwards. A page that never showed
+// a configuration has no choices to save. A configuration that cannot be read counts as different.
 SaveOutcome SaveChoices(HWND page, VcomProspageParams_st& state, const VcomChoices& choices) noexcept {
     if (!state.configShown) return SaveOutcome::kNothingToSave;
     VcomCfgReply_st config = {};

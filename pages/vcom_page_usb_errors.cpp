@@ -1,4 +1,4 @@
-// The USB error line of the VCOM page and the details behind it.
+// The USB error line of the VCOM page and its details box.
 #include "base/message_box.h"
 #include "base/xfmt.h"
 #include "driver/error_names.h"
@@ -15,14 +15,14 @@ constexpr int32_t kLineChars = 80;
 constexpr int32_t kReportChars = 2000;
 constexpr int32_t kDetailsRefreshMs = 2000;
 
-// The line's background follows the state, so a change of it has to be painted.
+// The line's background shows the state, so a new state repaints the line.
 void SetErrorState(HWND page, VcomProspageParams_st& state, int32_t errorState) {
     if (state.usbErrState == errorState) return;
     state.usbErrState = errorState;
     InvalidateRect(GetDlgItem(page, IDC_VCOM_USB_ERROR_LINE), nullptr, TRUE);
 }
 
-// The friendly name is colored by the evaluation flag.
+// The evaluation flag colors the friendly name.
 void StoreRecord(HWND page, VcomProspageParams_st& state, const UsbErrStat_st& record) {
     const bool recolor = (state.usbErrStat.evaluate != 0) != (record.evaluate != 0);
     state.usbErrStat = record;
@@ -65,7 +65,7 @@ uint32_t RefreshDetails(void* context, FlexiInfoEvent* event, wchar_t* text, uin
 }
 
 void ShowDetailsBox(HWND page, const VcomProspageParams_st& state, bool detached) noexcept {
-    DeviceName_st device = {};  // stays empty when there is none: its flowpath is lost
+    DeviceName_st device = {};  // stays empty without a device: its Flowpath is lost
     GetDeviceName(state.deviceInfoSet, state.deviceInfoData, device);
     wchar_t text[kReportChars] = {};
     FlexiInfoParams params = {};

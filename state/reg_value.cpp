@@ -10,7 +10,7 @@
 
 namespace {
 
-// STATUS_NO_MEMORY: the one NT status among these results, as callers expect it.
+// STATUS_NO_MEMORY: the only NT status among these results; callers expect it.
 constexpr DWORD kNoMemory = 0xC0000017;
 
 template <typename Number>
@@ -20,7 +20,7 @@ DWORD DecodeNumber(const BYTE* data, size_t dataBytes, Number& number) noexcept 
     return ERROR_SUCCESS;
 }
 
-// The bytes may stand at an odd address, so characters are copied out.
+// The bytes may be at an odd address, so characters are copied out.
 DWORD DecodeCharacters(const BYTE* data, size_t dataBytes, HeapText& characters) noexcept {
     const size_t chars = dataBytes / sizeof(wchar_t);
     if (!characters.Resize(chars)) return ERROR_NOT_ENOUGH_MEMORY;
@@ -35,7 +35,7 @@ DWORD DecodeText(const BYTE* data, size_t dataBytes, HeapText& text) noexcept {
     return text.Resize(chars) ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
 }
 
-// Without the end of the list, and with a NUL for a last item that had none.
+// Drops the list's terminator and adds a missing NUL to the last item.
 DWORD DecodeList(const BYTE* data, size_t dataBytes, HeapText& list) noexcept {
     const DWORD error = DecodeCharacters(data, dataBytes, list);
     if (error != ERROR_SUCCESS) return error;

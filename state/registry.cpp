@@ -7,7 +7,7 @@ namespace {
 
 // Nearly every value fits, and is then read with one call and without allocating.
 constexpr DWORD kFirstTryBytes = 512;
-// Another program may make the value larger between the calls.
+// Another program may enlarge the value between the calls.
 constexpr int kMaxTries = 8;
 
 DWORD QueryLargeValue(HKEY key, const wchar_t* name, DWORD dataBytes, RegValue& value) {
@@ -54,7 +54,7 @@ DWORD ReadRegValue(HKEY root, const wchar_t* subkey, const wchar_t* name, RegVal
 DWORD WriteRegValue(HKEY root, const wchar_t* subkey, const wchar_t* name, const RegValue& value,
                     bool createIfMissing, uint8_t* wasNew) noexcept {
     RegistryKey key;
-    // A value that cannot be written must not leave an empty new key behind.
+    // A value that cannot be written must not leave a new, empty key.
     const bool mayCreate = createIfMissing && IsWritableRegType(value.type);
     DWORD error = OpenForWriting(root, subkey, mayCreate, key);
     if (error != ERROR_SUCCESS) return error;

@@ -16,23 +16,23 @@ struct ActivationContextTraits {
 };
 using OwnedActivationContext = OwnedHandle<ActivationContextTraits>;
 
-// Tried when the loader has made no context from the module's manifest resource 2.
+// Tried when the loader made no context from the module's manifest resource 2.
 constexpr WORD kSecondManifestId = 3;
-// By its bare name, because only that is redirected to the version that the context asks for. The module
-// imports the same library, so the name is always that of a library already loaded by the system.
+// A bare name, because only that is redirected to the version that the context asks for. The module imports
+// the same library, so the system has always loaded one of that name already.
 constexpr wchar_t kCommonControlsLibrary[] = L"Comctl32.dll";
 
 struct ModuleContext {
     bool settled = false;
     bool cleanedUp = false;
     HANDLE handle = nullptr;       // null: the process's default context
-    OwnedActivationContext owned;  // the handle again when we made the context, and not the loader
+    OwnedActivationContext owned;  // the same handle when we made the context, not the loader
     LoadedLibrary commonControls;
     InitCommonControlsFunction initCommonControls = nullptr;
 };
 ModuleContext g_module;
 
-// Active until the end of the scope. Deactivating leaves the thread's last error alone.
+// Active until the end of the scope. Deactivating keeps the thread's last error.
 class ActiveContext {
   public:
     explicit ActiveContext(HANDLE context) noexcept : active_(ActivateActCtx(context, &cookie_)) {}
@@ -51,10 +51,10 @@ class ActiveContext {
     bool active_;
 };
 
-// *context is null when the loader has made none for this module.
+// *context is null when the loader made none for this module.
 bool FindLoadersContext(HANDLE* context) noexcept {
     ACTIVATION_CONTEXT_BASIC_INFORMATION information = {};
-    // With this flag the handle's place takes the address.
+    // With this flag the handle's parameter takes an address.
     if (!QueryActCtxW(QUERY_ACTCTX_FLAG_ACTCTX_IS_ADDRESS | QUERY_ACTCTX_FLAG_NO_ADDREF, &g_module, nullptr,
                       ActivationContextBasicInformation, &information, sizeof(information), nullptr))
         return false;
@@ -86,8 +86,7 @@ bool MakeContext(OwnedActivationContext& context) noexcept {
     return context || IsMissingResource(GetLastError());
 }
 
-// Makes sure that the redirected version is the one that is bound. Failing to load it is no reason to go
-// without the context.
+// Makes sure that the redirected version is the one that is bound. The context is used even when this fails.
 void LoadRedirectedCommonControls() noexcept {
     const ActiveContext active(g_module.handle);
     if (!active) return;
@@ -128,7 +127,7 @@ Result CallInContext(Result failure, Call call) noexcept {
     return call();
 }
 
-// Within the context.
+// Called with the context active.
 FARPROC FindInCommonControls(const char* name) noexcept {
     LoadedLibrary& controls = g_module.commonControls;
     if (!controls) controls.reset(LoadLibraryW(kCommonControlsLibrary));

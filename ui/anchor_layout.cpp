@@ -22,8 +22,8 @@ bool IsEmpty(const RECT& rect) noexcept {
     return rect.right <= rect.left || rect.bottom <= rect.top;
 }
 
-// Adds to or cuts from `region`. An empty rectangle covers nothing, while a region made of one whose edges
-// have passed each other would cover the space between them.
+// Adds to or subtracts from `region`. An empty rectangle covers nothing, while a region made of one whose
+// edges have passed each other would cover the space between them.
 void CombineRect(HRGN region, const RECT& rect, int mode) noexcept {
     if (region == nullptr || IsEmpty(rect)) return;
     OwnedRegion part(CreateRectRgnIndirect(&rect));

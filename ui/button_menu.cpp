@@ -14,11 +14,11 @@ bool AppendRow(HMENU menu, const MenuRow& row) noexcept {
     OwnedMenu submenu = MakeMenu(row.submenu);
     if (!submenu || !AppendMenuW(menu, MF_POPUP, reinterpret_cast<UINT_PTR>(submenu.get()), row.text))
         return false;
-    static_cast<void>(submenu.release());  // goes with its menu
+    static_cast<void>(submenu.release());  // destroyed with its menu
     return true;
 }
 
-// Null when a row could not be added: a menu with holes would offer less than its reader expects.
+// Null when a row could not be added: an incomplete menu would hide commands.
 OwnedMenu MakeMenu(std::span<const MenuRow> rows) noexcept {
     OwnedMenu menu(CreatePopupMenu());
     if (!menu) return menu;
@@ -27,7 +27,7 @@ OwnedMenu MakeMenu(std::span<const MenuRow> rows) noexcept {
     return menu;
 }
 
-constexpr size_t kMaxIcons = 16;  // further rows go without
+constexpr size_t kMaxIcons = 16;  // further rows have none
 
 }  // namespace
 

@@ -21,7 +21,7 @@ GlobalBlock MakeTextBlock(UINT flags, const wchar_t* text, size_t length) noexce
     return block;
 }
 
-// A block that the clipboard has accepted belongs to the system.
+// Once the clipboard accepts the block, it belongs to the system.
 bool PutOnClipboard(GlobalBlock block, HWND owner) noexcept {
     if (clip_open_wait(kClipboardWaitMs, owner) == 0) return false;
     const bool accepted = EmptyClipboard() && SetClipboardData(CF_UNICODETEXT, block.get()) != nullptr;
@@ -35,8 +35,7 @@ bool SetText(UINT flags, const wchar_t* text, int32_t length, HWND owner) noexce
     return block && PutOnClipboard(std::move(block), owner);
 }
 
-// A fixed block, whose handle is its address, of the same size. Null for a block without room for a
-// terminator.
+// A copy in a fixed block, whose handle is its address. Null for a block without room for a terminator.
 wchar_t* CopyOfBlock(HANDLE source, uint32_t& length) noexcept {
     const SIZE_T bytes = GlobalSize(source);
     if (bytes < sizeof(wchar_t)) return nullptr;

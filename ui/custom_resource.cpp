@@ -12,7 +12,7 @@
 
 namespace {
 
-// What a customer's library holds. Its digest is custom_resource_check.h's.
+// The contents of a customer's library; its digest is checked by custom_resource_check.h.
 constexpr UINT kSwitchString = 18000;
 constexpr UINT kAboutString = 18003;
 constexpr UINT kHideUserGuideString = 18004;
@@ -25,7 +25,7 @@ LoadedLibrary g_library;
 bool g_active = false;
 wchar_t g_aboutText[kAboutCapacity];
 
-// The first character of the library's string as a decimal number; 0 when it is none or the string is
+// The first character of the library's string as a decimal number; 0 when it is not a digit or the string is
 // missing.
 int ReadDigitString(UINT stringId) noexcept {
     wchar_t text[2] = {};
@@ -39,7 +39,7 @@ HICON CustomIcon(WORD libraryIcon, WORD moduleIcon) noexcept {
     return icon != nullptr ? icon : LoadIconW(ModuleInstance(), MAKEINTRESOURCEW(moduleIcon));
 }
 
-// Empty when there is no package folder.
+// Empty when the package folder is unknown.
 struct LibraryPath {
     wchar_t text[MAX_PATH] = L"";
     LibraryPath() noexcept {

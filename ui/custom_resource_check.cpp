@@ -11,7 +11,7 @@
 
 namespace {
 
-// Ends the digested text, so that the plain digest of a file never fits. Its terminator counts.
+// Appended before digesting, terminator included, so that the plain digest of a file never matches.
 constexpr char kDigestSuffix[] = "tavix_customres.dll";
 static_assert(sizeof(kDigestSuffix) == 20);
 

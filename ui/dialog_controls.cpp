@@ -4,7 +4,7 @@
 
 namespace {
 
-// Of the control itself: its dialog may be hidden or disabled.
+// The control's own style: its dialog may be hidden or disabled.
 bool HasStyle(HWND control, LONG_PTR style) noexcept {
     return (GetWindowLongPtrW(control, GWL_STYLE) & style) != 0;
 }
@@ -19,7 +19,7 @@ bool SetControlText(HWND dialog, int controlId, const wchar_t* text) noexcept {
     constexpr int kComparedChars = 512;
     wchar_t shown[kComparedChars] = L"";
     const int shownChars = static_cast<int>(GetDlgItemTextW(dialog, controlId, shown, kComparedChars));
-    // A text that may have been cut while it was read is not comparable.
+    // A text that may have been cut on reading cannot be compared.
     if (shownChars < kComparedChars - 1 && wcscmp(shown, text) == 0) return false;
     SetDlgItemTextW(dialog, controlId, text);
     return true;
@@ -28,7 +28,7 @@ bool SetControlText(HWND dialog, int controlId, const wchar_t* text) noexcept {
 void LeaveControl(HWND dialog, int controlId, int fallbackId) noexcept {
     const HWND control = GetDlgItem(dialog, controlId);
     if (control == nullptr || GetFocus() != control) return;
-    // By the dialog manager, which also moves the mark of the default button.
+    // Through the dialog manager, which also updates the default button.
     SendMessageW(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(GetDlgItem(dialog, fallbackId)), TRUE);
 }
 

@@ -6,9 +6,9 @@
 
 namespace {
 
-// A shorter overlap is no continuation but chance.
+// A shorter overlap counts as chance.
 constexpr size_t kLeastOverlapChars = 32;
-// Tried before a text that repeats itself counts as not continued.
+// Attempts before a text that repeats itself counts as not continued.
 constexpr int kMostCandidates = 64;
 
 struct ReadersPlace {
@@ -25,7 +25,7 @@ HeapText TextOf(HWND edit) {
     return text;
 }
 
-// Unlike substr without a check that throws. `position` is at most the text's length.
+// substr without the check that throws. `position` is at most the text's length.
 std::wstring_view From(std::wstring_view text, size_t position) {
     return {text.data() + position, text.size() - position};
 }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr UINT_PTR kToolId = 1;
 
-// The older size, which every version of the common controls accepts.
+// The older size of the structure, which every version of the common controls accepts.
 TTTOOLINFOW ToolOf(HWND owner) noexcept {
     TTTOOLINFOW tool = {};
     tool.cbSize = TTTOOLINFOW_V2_SIZE;
@@ -86,7 +86,7 @@ uint32_t HintBalloon::Show(bool on, POINT position, const wchar_t* format, ...) 
     return ERROR_SUCCESS;
 }
 
-// Measured first, so that a text that cannot be stored leaves the old one whole.
+// Measured first, so that the old text survives when there is no memory for the new one.
 uint32_t HintBalloon::FormatText(const wchar_t* format, va_list args) noexcept {
     va_list again;
     va_copy(again, args);

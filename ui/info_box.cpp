@@ -41,14 +41,14 @@ INT_PTR RunDialog(FlexiInfoState& state, HINSTANCE instance, const wchar_t* reso
                                                        param);
 }
 
-// Without its parent, which may have gone while the box was detached, the box stays so and its menu shows it.
+// The parent may be gone by now; then the box stays detached and its menu says so.
 void ChangeOwner(FlexiInfoState& state, bool attach) noexcept {
     const bool parentLives = IsWindow(state.parent) != FALSE;
     state.owner = attach && parentLives ? state.parent : nullptr;
     if (attach && !parentLives) ShowDetached(state.params.menuItems, state.params.menuItemCount);
 }
 
-// The system reports -1 or 0 when no dialog came up. A box destroyed from outside was not answered either.
+// The system reports -1 or 0 when no dialog opened. A box destroyed from outside was not answered either.
 uint32_t ResultOf(const FlexiInfoState& state, INT_PTR result) noexcept {
     if (!state.opened) return kInfoBoxCreateFailed;
     return state.ended ? static_cast<uint32_t>(result) : kInfoBoxCancel;

@@ -55,7 +55,7 @@ HRESULT TakeAlphaFromMask(RGBQUAD* bits, int32_t rowPixels, HBITMAP mask, SIZE s
     HeapArray<uint32_t> maskBits;
     const MemoryDc dc(CreateCompatibleDC(nullptr));
     if (!maskBits.Resize(pixels) || !dc) return E_OUTOFMEMORY;
-    // What a smaller mask does not reach stays clear.
+    // Pixels beyond a smaller mask stay clear.
     std::fill(maskBits.begin(), maskBits.end(), 0u);
     BITMAPINFO info = ArgbInfo(size);
     if (GetDIBits(dc.get(), mask, 0, static_cast<UINT>(size.cy), maskBits.data(), &info, DIB_RGB_COLORS) == 0)
@@ -71,7 +71,7 @@ HRESULT TakeAlphaFromMask(RGBQUAD* bits, int32_t rowPixels, HBITMAP mask, SIZE s
     return S_OK;
 }
 
-// Draws the icon into a paint buffer over `target`, so that it arrives there with alpha.
+// Draws the icon into a paint buffer over `target`, which preserves alpha.
 int32_t DrawWithAlpha(HDC target, HICON icon, SIZE size) noexcept {
     BLENDFUNCTION blend = {AC_SRC_OVER, 0, 255, AC_SRC_ALPHA};
     BP_PAINTPARAMS params = {};
@@ -120,7 +120,7 @@ int32_t MakeOpaqueBitmap(HICON icon, OwnedBitmap& bitmap) noexcept {
     return drawn ? kMenuIconOk : kMenuIconLegacyFailed;
 }
 
-// Hands the bitmap to the caller, who keeps it as long as the menu item shows it.
+// Gives the bitmap to the caller, who keeps it as long as the menu item shows it.
 int32_t Finish(int32_t result, OwnedBitmap& made, HBITMAP* bitmap) noexcept {
     *bitmap = result == kMenuIconOk ? made.release() : nullptr;
     return result;

@@ -25,7 +25,7 @@ int32_t SetIcons(HMENU menu, MenuIconItem* items, int32_t itemCount, bool themed
     return firstError;
 }
 
-// Icons share the column of the check marks instead of getting one beside it.
+// Icons share the column of the check marks instead of getting their own.
 void ShareCheckColumn(HMENU menu) noexcept {
     MENUINFO info = {};
     info.cbSize = sizeof(info);
@@ -42,7 +42,7 @@ HBITMAP ItemBitmap(HMENU menu, UINT item) noexcept {
     return GetMenuItemInfoW(menu, item, FALSE, &info) ? info.hbmpItem : nullptr;
 }
 
-// The item lets go of its bitmap first, so that a menu that lives on draws no deleted one.
+// The item's bitmap is removed first, so that a menu that lives on does not draw a deleted one.
 void DeleteThemedBitmap(HMENU menu, const MenuIconItem& item) noexcept {
     const HBITMAP bitmap = ItemBitmap(menu, item.id);
     if (bitmap == nullptr) return;

@@ -26,7 +26,7 @@ BOOL CALLBACK AddMonitor(HMONITOR monitor, HDC, RECT*, LPARAM parameter) noexcep
     return TRUE;
 }
 
-// The values that an edge may have lie from first to last.
+// An edge may take the values from first to last.
 int64_t ShiftIntoRange(int64_t first, int64_t last, int64_t value) noexcept {
     if (value < first) return first - value;
     if (value > last) return last - value;
@@ -57,8 +57,7 @@ POINT CenterOf(const RECT& rect) noexcept {
             static_cast<LONG>((int64_t{rect.top} + rect.bottom) / 2)};
 }
 
-// Where `length` units that begin at `start` begin when they are moved into the range from `first` up to
-// `end`.
+// The new start of `length` units at `start` after moving them into the range from `first` up to `end`.
 LONG MoveInside(int64_t start, LONG length, LONG first, LONG end) noexcept {
     const int64_t nearShift = ShiftIntoRange(first, int64_t{end} - 1, start);
     const int64_t farShift = ShiftIntoRange(int64_t{first} + 1, end, start + length);
@@ -76,7 +75,7 @@ RECT RectInside(const RECT& area, int64_t left, int64_t top, SIZE size) noexcept
     return {x, y, x + size.cx, y + size.cy};
 }
 
-// All monitors; the number of them, 0 when they cannot be listed.
+// Lists all monitors. Returns their number, 0 when they cannot be listed.
 int32_t ListAllMonitors(HeapArray<MonitorRecord>& records) noexcept {
     int32_t count = 4;
     for (;;) {

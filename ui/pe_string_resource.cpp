@@ -76,7 +76,7 @@ bool ReadResourceDataDirectory(FileBytes& file, const ImageHeaders& headers,
     constexpr uint32_t kEntryBytes = sizeof(IMAGE_DATA_DIRECTORY);
     const uint32_t entry = *directories + IMAGE_DIRECTORY_ENTRY_RESOURCE * kEntryBytes;
     if (entry + kEntryBytes > headers.optionalHeaderBytes) return false;
-    DWORD count;  // stands just before the directories in both kinds
+    DWORD count;  // just before the directories in both kinds
     return ReadRecord(file, headers.optionalHeader + *directories - sizeof(count), &count) &&
            count > IMAGE_DIRECTORY_ENTRY_RESOURCE &&
            ReadRecord(file, headers.optionalHeader + entry, directory) && directory->VirtualAddress != 0;
@@ -118,8 +118,8 @@ std::optional<ResourceSection> FindResourceSection(FileBytes& file) noexcept {
 
 enum class EntryKind { kSubdirectory, kData };
 
-// Looks in the directory at *offset for the entry with that ID, or without one for the first entry, and
-// replaces *offset by the entry's target. False also when the target is of the other kind.
+// Finds the entry with that ID, or without an ID the first entry, in the directory at *offset, and replaces
+// *offset by the entry's target. False also when the target is of the other kind.
 bool FollowEntry(const ResourceSection& section, std::optional<uint16_t> id, EntryKind kind,
                  uint32_t* offset) noexcept {
     IMAGE_RESOURCE_DIRECTORY directory;
@@ -148,10 +148,10 @@ bool FindStringTable(const ResourceSection& section, uint16_t table,
            FollowEntry(section, std::nullopt, EntryKind::kData, &offset) && section.Read(offset, data);
 }
 
-// The table's strings stand one after another, so that each is reached over those before it.
+// The table's strings follow each other, so each is found by skipping those before it.
 bool FindInTable(const ResourceSection& section, const IMAGE_RESOURCE_DATA_ENTRY& data, uint32_t index,
                  PeString* found) noexcept {
-    // An address before the section wraps to an offset far behind it.
+    // An address before the section wraps to an offset far beyond it.
     const uint32_t table = data.OffsetToData - section.address;
     if (!section.Holds(table, data.Size)) return false;
     uint32_t used = 0;

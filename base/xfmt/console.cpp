@@ -13,7 +13,7 @@ constexpr int32_t kConsoleChars = 4000;
 int32_t PrintTo(FILE* stream, const wchar_t* format, va_list args) {
     wchar_t text[kConsoleChars];
     const int32_t count = xfmt_v(text, kConsoleChars, format, args);
-    // Wide output is converted to the code page of the library's locale, which starts as plain "C".
+    // Wide output is converted to the code page of the runtime's locale, which is plain "C" at first.
     _wsetlocale(LC_ALL, L"");
     fputws(text, stream);
     fflush(stream);

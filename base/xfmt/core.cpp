@@ -1,4 +1,4 @@
-// The engine's course through a format: literal text, directives, the end of a call.
+// The engine's walk through a format: literal text, directives, the end of a call.
 #include <array>
 
 #include "base/xfmt/emit.h"
@@ -24,7 +24,7 @@ void BeginCall(XfmtCall& call, const XfmtOutput& context, const wchar_t* format)
     call.decimalSeparator = kDefaultDecimalSeparator;
 }
 
-// Moves the context on. Its capacity stops at the lowest number instead of wrapping around to a high one.
+// Advances the context. Its capacity stops at the lowest number instead of wrapping around to a high one.
 void AdvanceContext(XfmtOutput& context, int32_t count) {
     const int64_t cap = int64_t{context.cap} - count;
     if (context.buf != nullptr) context.buf += count;
@@ -149,7 +149,7 @@ const wchar_t* PrintDirective(XfmtCall& call, const wchar_t* percent) {
     const wchar_t* const next = XfmtParseDirective(call, percent);
     call.pieceSeen = false;
     PrintConversion(call);
-    // A conversion without output leaves its mark in the trace all the same.
+    // A conversion without output still shows in the trace.
     if (call.traced && !call.pieceSeen) XfmtTracePiece(call, 0);
     return next;
 }

@@ -1,4 +1,4 @@
-// Reading of directives: '%', flags, width, precision, length, conversion.
+// Parses directives: '%', flags, width, precision, length, conversion.
 #include "base/xfmt/internal.h"
 
 namespace {
@@ -7,8 +7,7 @@ bool IsDigit(wchar_t c) {
     return c >= L'0' && c <= L'9';
 }
 
-// Most directives are "%s" or "%d": everything that may stand in front of a conversion is 'h', 'l' or no
-// letter.
+// Most directives are "%s" or "%d": anything that can precede the conversion is 'h', 'l' or not a letter.
 bool IsBareConversion(wchar_t c) {
     return c >= L'A' && c <= L'z' && c != L'h' && c != L'l';
 }
@@ -39,7 +38,7 @@ const wchar_t* ParseFlags(XfmtFlags& flags, const wchar_t* at) {
     }
 }
 
-// A number too big for its type counts as the biggest.
+// A number too large for its type becomes the largest.
 const wchar_t* ParseNumber(int32_t& number, const wchar_t* at) {
     int64_t value = 0;
     for (; IsDigit(*at); ++at) {

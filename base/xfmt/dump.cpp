@@ -78,7 +78,7 @@ void PutHexByte(wchar_t* out, unsigned value, bool upper) {
     out[1] = static_cast<wchar_t>(digits[value & 15]);
 }
 
-// Column numbers stand above the digits of their cells, dashes above everything else.
+// Column numbers go above the digits of their cells, dashes above everything else.
 void EmitRuler(XfmtCall& call, const DumpPlan& plan) {
     const XfmtDumpSettings& dump = call.dump;
     XfmtEmitRun(call, L' ', dump.indent);

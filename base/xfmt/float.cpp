@@ -8,7 +8,7 @@
 namespace {
 
 constexpr int32_t kDefaultPrecision = 6;
-// A field holds no more digits than this; a longer precision only costs time.
+// A field has room for no more digits; a larger precision would only cost time.
 constexpr int32_t kMaxPrecision = kXfmtFieldChars;
 // The longest result: 309 digits before the point and the precision after it.
 constexpr int32_t kResultChars = 320 + kMaxPrecision;
@@ -21,7 +21,7 @@ void XfmtPrintFloat(XfmtCall& call) noexcept {
     int32_t precision = info.precision_given ? info.precision : kDefaultPrecision;
     if (precision > kMaxPrecision) precision = kMaxPrecision;
 
-    // One place in front for the sign of a number that is not negative.
+    // One extra character in front for the sign of a number that is not negative.
     wchar_t field[1 + kResultChars];
     const wchar_t format[] = {L'%', L'.', L'*', call.conversion, 0};
     const int written = swprintf(field + 1, kResultChars, format, static_cast<int>(precision), value);

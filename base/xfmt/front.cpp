@@ -64,8 +64,8 @@ int32_t xfmt_to_ctx(XfmtOutput* ctx, const wchar_t* format, ...) noexcept {
     return count;
 }
 
-// The capacity passes through the unsigned counter of the caller: what lies below zero after an overflow is
-// a capacity below zero again.
+// The capacity goes through the caller's unsigned counter: one that has fallen below zero is negative again
+// when it is read back.
 int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...) noexcept {
     XfmtOutput out = {};
     out.buf = *pbuf;

@@ -1,11 +1,11 @@
-// %F and %w: output that somebody else writes in the middle of a call.
+// %F and %w: output written by other code in the middle of a call.
 #include <cstring>
 
 #include "base/xfmt/emit.h"
 
 namespace {
 
-// The nested context starts where the outer text stands. The terminator lets the nested writer read that
+// The nested context continues where the outer text ends. The terminator lets the nested writer read that
 // text.
 XfmtOutput OpenNested(XfmtCall& call) {
     XfmtTerminate(call);
@@ -27,7 +27,7 @@ void CloseNested(XfmtCall& call, int32_t count) {
     call.pieceSeen = true;
 }
 
-// A format may be shorter than the magic number and may stand at any even address.
+// A format may be shorter than the magic number and is aligned to two bytes only.
 bool IsNestedRecord(const wchar_t* argument) {
     wchar_t half;
     memcpy(&half, argument, sizeof(half));

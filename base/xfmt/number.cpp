@@ -8,7 +8,7 @@ namespace {
 constexpr int32_t kPrefixChars = 2;  // "0x"; a sign takes one
 constexpr int32_t kPointerDigits = 16;
 
-// Digits are written from the end of their place towards its start, the prefix right in front of them.
+// Digits are written backwards from the end of the buffer, then the prefix right before them.
 struct DigitText {
     wchar_t place[kPrefixChars + kXfmtDigitChars];
     int32_t count = 0;
@@ -189,8 +189,8 @@ void PutPrefix(DigitText& text, const XfmtCall& call, uint64_t value) {
 
 constexpr int32_t kLongestInPlace = 20;
 
-// Most numbers need neither precision nor groups nor a sign of their own: they are written right where they
-// belong. A time stamp, six padded numbers, takes half the time so.
+// Most numbers have no precision, no groups and no forced sign: they are written straight into the output.
+// This halves the time of a time stamp, which has six padded numbers.
 bool PrintInPlace(XfmtCall& call, bool negative, uint64_t value) {
     const XfmtFlags& flags = call.flags;
     if (call.info.precision_given || call.separator != nullptr || flags.left || flags.plus || flags.space)

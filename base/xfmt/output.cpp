@@ -1,4 +1,4 @@
-// Everything that leaves the engine passes here: trace, sink, buffer, count, and the padding of fields.
+// All output of the engine goes through here: trace, sink, buffer, count, and the padding of fields.
 #include <algorithm>
 #include <cstring>
 

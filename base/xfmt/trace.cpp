@@ -1,4 +1,4 @@
-// The engine's account of its own work: one line for the format of a call, one for each piece of output.
+// The engine's trace of its own work: one line for the format of a call, one for each piece of output.
 #include "base/xfmt/internal.h"
 
 namespace {

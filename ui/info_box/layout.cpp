@@ -7,7 +7,7 @@
 
 namespace {
 
-// What the text control needs beside its text and scroll bar: its margins.
+// The text control's margins, which it needs in addition to its text and scroll bar.
 constexpr int kTextMargins = 16;
 constexpr int kShrunkPixels = 15;
 
@@ -21,7 +21,7 @@ POINT WorkspaceOffset(HWND window) noexcept {
     return {monitor.rcWork.left - monitor.rcMonitor.left, monitor.rcWork.top - monitor.rcMonitor.top};
 }
 
-// On the screen. A minimized window counts with the place that it will return to.
+// In screen coordinates. For a minimized window, the place that it will return to.
 RECT PresentRect(HWND window) noexcept {
     RECT rect = {};
     GetWindowRect(window, &rect);
@@ -76,7 +76,7 @@ RECT RectAt(const RECT& place, SIZE size) noexcept {
     return {place.left, place.top, place.left + size.cx, place.top + size.cy};
 }
 
-// Also finds out whether the box has outgrown its monitor.
+// Also notes whether the box has outgrown its monitor.
 RECT ComputeTarget(FlexiInfoState& state, SIZE text) noexcept {
     SIZE wanted = InfoBoxSizeForText(WindowSize(state.hwnd), WindowSize(TextControl(state)), text,
                                      GetSystemMetrics(SM_CXVSCROLL));

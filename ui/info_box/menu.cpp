@@ -89,7 +89,7 @@ void TrackInfoBoxMenu(FlexiInfoState& state, POINT screen) noexcept {
                              : 0;
     const int32_t chosen = MenuItemIdOf(command);
     state.menuOpen = false;
-    // The auto-refresh goes on while the menu is open, and its callback may close the box.
+    // The auto-refresh continues while the menu is open, and its callback may close the box.
     if (state.hwnd != hwnd || state.ended) return;
     const bool checked = ToggleMenuItem(state.params.menuItems, state.params.menuItemCount, chosen);
     RunSpecialItem(state, chosen, checked);

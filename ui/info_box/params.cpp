@@ -26,7 +26,7 @@ int32_t InfoBoxFontPointSize(int32_t requested) noexcept {
 FlexiInfoParams WithInfoBoxDefaults(const FlexiInfoParams* params, bool hasTextBuffer) noexcept {
     FlexiInfoParams full = params != nullptr ? *params : FlexiInfoParams{};
     if (full.title == nullptr) full.title = L"FlexiInfo";
-    // System icons are shared: nobody destroys them.
+    // System icons are shared and never destroyed.
     if (full.normalIcon == nullptr) full.normalIcon = LoadIconW(nullptr, IDI_INFORMATION);
     if (full.alertIcon == nullptr) full.alertIcon = LoadIconW(nullptr, IDI_WARNING);
     if (full.refreshProc == nullptr) {

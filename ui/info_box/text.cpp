@@ -5,8 +5,8 @@
 
 #include "ui/newlines.h"
 
-// The room left by an earlier text is used without measuring the new one first: a text that is shown again
-// and again is read only once each time.
+// Tries the buffer of an earlier text without measuring first, so that a text that is shown repeatedly is
+// read only once each time.
 bool DisplayText::Assign(const wchar_t* source, size_t maxChars) noexcept {
     const auto convert = [&] {
         return static_cast<size_t>(text_convert_newlines_of(source, maxChars, spare_.data(),

@@ -156,7 +156,7 @@ void OnInit(FlexiInfoState& state, HWND hwnd) noexcept {
     InitButtons(state);
     AnchorControls(state);
     ShowIcon(state, state.params.normalIcon);
-    SetWindowTextW(hwnd, state.params.title);  // also of a box reopened with the time as its caption
+    SetWindowTextW(hwnd, state.params.title);  // also when the box is reopened with the time as its caption
     if (state.params.autoRefreshAtStart != 0) DispatchRefresh(state, kReasonRefresh, RefreshText::kKeep);
     if (state.hwnd != hwnd || state.ended) return;
     ConvertText(state);
@@ -276,8 +276,8 @@ void OnDestroy(FlexiInfoState& state) noexcept {
     state.hint.reset();
     StopAutoRefresh(state);
     state.font.reset();
-    // A window destroyed by others leaves its owner disabled and the modal loop waiting; any message lets the
-    // loop look again.
+    // A window destroyed from outside leaves its owner disabled and the modal loop waiting; any message makes
+    // the loop check again.
     if (!state.ended) {
         EndDialog(state.hwnd, IDCANCEL);
         PostMessageW(nullptr, WM_NULL, 0, 0);
@@ -294,7 +294,7 @@ bool OnMessage(FlexiInfoState& state, UINT message, WPARAM wParam, LPARAM lParam
         case WM_COMMAND:
             return OnCommand(state, LOWORD(wParam), HIWORD(wParam));
         case WM_CLOSE:
-            // The system's own handling refuses, without asking us, while Cancel is disabled.
+            // The system's own handling would refuse without asking us while Cancel is disabled.
             OnCloseRequest(state, false);
             return true;
         case WM_TIMER:
@@ -320,7 +320,7 @@ bool OnMessage(FlexiInfoState& state, UINT message, WPARAM wParam, LPARAM lParam
             OnContextMenu(state, PointFrom(lParam));
             return true;
         case WM_CONTEXTMENU:
-            // The context-menu key; the mouse has been served at button-down.
+            // From the context-menu key; the mouse was handled at button-down.
             if (lParam != -1) return false;
             OnContextMenu(state, POINT{});
             return true;
@@ -337,7 +337,7 @@ bool OnMessage(FlexiInfoState& state, UINT message, WPARAM wParam, LPARAM lParam
 INT_PTR CALLBACK InfoBoxProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     if (message == WM_INITDIALOG) {
         OnInit(*reinterpret_cast<FlexiInfoState*>(lParam), hwnd);
-        return FALSE;  // the focus is where OnInit put it
+        return FALSE;  // OnInit has set the focus
     }
     auto* const state = reinterpret_cast<FlexiInfoState*>(GetWindowLongPtrW(hwnd, DWLP_USER));
     if (state == nullptr || state->hwnd != hwnd) return FALSE;

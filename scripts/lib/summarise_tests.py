@@ -1,4 +1,4 @@
-"""Adds up the GoogleTest reports of one run: summarise_tests.py BUILD_DIR FAILED_CHECKS.
+"""Adds up the GoogleTest reports of one run: summarise_tests.py FAILED_CHECKS BUILD_DIR...
 
 A test program that ctest ran but that left no report has crashed or hung; it counts as one failure.
 """
@@ -29,16 +29,16 @@ def count(report):
 
 
 def main():
-    build_dir = pathlib.Path(sys.argv[1])
-    passed, failed = 0, int(sys.argv[2])
-    for program in programs_run(build_dir):
-        report = build_dir / "test-results" / f"{program}.json"
-        if not report.exists():
-            print(f"FAILED {program}: it ended without a report")
-            failed += 1
-            continue
-        program_passed, program_failed = count(json.loads(report.read_text()))
-        passed, failed = passed + program_passed, failed + program_failed
+    passed, failed = 0, int(sys.argv[1])
+    for build_dir in map(pathlib.Path, sys.argv[2:]):
+        for program in programs_run(build_dir):
+            report = build_dir / "test-results" / f"{program}.json"
+            if not report.exists():
+                print(f"FAILED {program} ({build_dir.name}): it ended without a report")
+                failed += 1
+                continue
+            program_passed, program_failed = count(json.loads(report.read_text()))
+            passed, failed = passed + program_passed, failed + program_failed
     print(f"{passed} passed, {failed} failed")
     return 1 if failed or not passed else 0
 

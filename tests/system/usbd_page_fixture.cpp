@@ -1,12 +1,6 @@
 #include "tests/system/usbd_page_fixture.h"
 
-#include <commctrl.h>
-#include <prsht.h>
-
-#include "base/module.h"
-#include "driver/vbus.h"
 #include "pages/usbd_page.h"
-#include "sim/shim/platform_shim.h"
 #include "state/device_values.h"
 
 namespace {
@@ -20,11 +14,7 @@ std::wstring Wide(const std::string& ascii) {
 }
 
 void UsbdPageTest::SetUp() {
-    SimulatedBusTest::SetUp();
-    ASSERT_TRUE(InstallPlatformShim());
-    SetModuleInstance(GetModuleHandleW(nullptr));
-    InitCommonControls();
-    SetVbusReadOnly(false);
+    PageTest::SetUp();
     UsbIdentity identity;
     identity.serial = L"USBDPAGE";
     list_.reset(SetupDiCreateDeviceInfoList(&kUsbClass, nullptr));
@@ -48,35 +38,19 @@ void UsbdPageTest::SetUp() {
 void UsbdPageTest::TearDown() {
     ClosePage();
     params_.reset();
-    SetVbusReadOnly(false);
-    SetModuleInstance(nullptr);
-    SimulatedBusTest::TearDown();
+    PageTest::TearDown();
     DeleteFileW(logPath_);
     SetupDiRemoveDevice(list_.get(), &element_);
 }
 
 void UsbdPageTest::OpenPage() {
-    frame_.reset(CreateWindowExW(0, L"STATIC", L"Frame", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN | WS_VISIBLE,
-                                 20, 20, 520, 480, nullptr, nullptr, nullptr, nullptr));
-    PROPSHEETPAGEW description = {};
-    description.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(params_.get()));
-    page_ = DialogUnderTest(CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_USBD_PAGE),
-                                               frame_.get(), UsbdProspageDlgProc,
-                                               reinterpret_cast<LPARAM>(&description)));
-    ASSERT_NE(page_.window(), nullptr) << GetLastError();
-    RECT area = {};
-    GetWindowRect(page_.window(), &area);
-    AdjustWindowRect(&area, WS_OVERLAPPEDWINDOW, FALSE);
-    SetWindowPos(frame_.get(), nullptr, 0, 0, area.right - area.left, area.bottom - area.top,
-                 SWP_NOMOVE | SWP_NOZORDER);
-    EnableWindow(page_.window(), TRUE);
-    ShowWindow(page_.window(), SW_SHOW);
+    page_ = DialogUnderTest(OpenDialog(IDD_USBD_PAGE, UsbdProspageDlgProc, params_.get()));
+    ASSERT_NE(page_.window(), nullptr);
 }
 
 void UsbdPageTest::ClosePage() {
-    if (page_.window() != nullptr) DestroyWindow(page_.window());
+    CloseDialog();
     page_ = DialogUnderTest();
-    frame_.reset();
 }
 
 void UsbdPageTest::MakeParams() {
@@ -109,16 +83,6 @@ COLORREF UsbdPageTest::TextColor(int controlId, UINT message) const {
 
 HICON UsbdPageTest::StateIcon() const {
     return reinterpret_cast<HICON>(SendMessageW(page_.Control(IDC_USBD_STATE_ICON), STM_GETICON, 0, 0));
-}
-
-std::vector<std::wstring> UsbdPageTest::TakeRequests() {
-    taken_.clear();
-    EXPECT_EQ(driver_.ReadRequests(taken_), ERROR_SUCCESS);
-    EXPECT_EQ(driver_.ClearRequests(), ERROR_SUCCESS);
-    std::vector<std::wstring> names;
-    for (const LoggedRequest& request : taken_)
-        names.emplace_back(RequestName(request.record.code));
-    return names;
 }
 
 void UsbdPageTest::SetPresence(bool present, uint32_t problem) {

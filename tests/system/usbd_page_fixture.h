@@ -4,17 +4,11 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "base/win32_handle.h"
-#include "pages/prospage_params.h"
 #include "resources/resource_ids.h"
-#include "sim/client/refused_open.h"
 #include "state/usberr_log.h"
 #include "tests/support/dialog_under_test.h"
-#include "tests/support/import_redirect.h"
-#include "tests/support/modal_driver.h"
-#include "tests/system/sim_fixture.h"
+#include "tests/system/page_fixture.h"
 
 inline constexpr int64_t kLogTime = 1'773'670'000'000;  // March 2026
 inline constexpr char kOldEpisode[] =
@@ -26,7 +20,7 @@ inline constexpr wchar_t kNewText[] = L"2026-03-16 14:06:40 new episode\r\nSET_A
 
 std::wstring Wide(const std::string& ascii);
 
-class UsbdPageTest : public SimulatedBusTest {
+class UsbdPageTest : public PageTest {
   protected:
     void SetUp() override;
     void TearDown() override;
@@ -48,10 +42,6 @@ class UsbdPageTest : public SimulatedBusTest {
     std::wstring Text(int controlId) const { return page_.Text(controlId); }
     std::wstring Log() const { return page_.Text(IDC_USBD_LOG_TEXT); }
 
-    // Names of the requests since the last call, oldest first, and the requests themselves.
-    std::vector<std::wstring> TakeRequests();
-    const std::vector<LoggedRequest>& taken() const { return taken_; }
-
     void SetPresence(bool present, uint32_t problem = 0);
     // Milliseconds since 1970 of the log's last writing.
     void WriteLog(const std::string& bytes, int64_t time = kLogTime);
@@ -60,17 +50,12 @@ class UsbdPageTest : public SimulatedBusTest {
     // The next UfAppErr words of GetVcomCfg; 0 for the true one.
     void SetMappingResult(uint32_t result);
 
-    // The driver's refusals of an opening reach the product.
-    ReplacedCall<CreateFileW> hearingOpen_{"CreateFileW", CreateFileHearingRefusal};
     SimDeviceState_st device_ = {};
     wchar_t logPath_[kUsberrPathChars] = {};
-    ModalDriver modal_;
     std::unique_ptr<UsbdProspageParams_st> params_;
-    OwnedWindow frame_;
     DialogUnderTest page_;
 
   private:
     DeviceInfoList list_;
     SP_DEVINFO_DATA element_ = {};
-    std::vector<LoggedRequest> taken_;
 };

@@ -1,13 +1,7 @@
 #include "tests/system/vbus_page_fixture.h"
 
-#include <commctrl.h>
-#include <prsht.h>
-
-#include "base/module.h"
-#include "driver/vbus.h"
 #include "pages/vbus_page.h"
 #include "resources/resource_ids.h"
-#include "sim/shim/platform_shim.h"
 
 namespace {
 
@@ -16,11 +10,7 @@ constexpr wchar_t kBusInstanceId[] = L"ROOT\\QRV_VBUS\\0000";
 }  // namespace
 
 void VbusPageTest::SetUp() {
-    SimulatedBusTest::SetUp();
-    ASSERT_TRUE(InstallPlatformShim());
-    SetModuleInstance(GetModuleHandleW(nullptr));
-    InitCommonControls();
-    SetVbusReadOnly(false);
+    PageTest::SetUp();
     list_.reset(SetupDiCreateDeviceInfoList(nullptr, nullptr));
     element_.cbSize = sizeof(element_);
     ASSERT_TRUE(SetupDiOpenDeviceInfoW(list_.get(), kBusInstanceId, nullptr, 0, &element_)) << GetLastError();
@@ -33,32 +23,18 @@ void VbusPageTest::SetUp() {
 void VbusPageTest::TearDown() {
     ClosePage();
     params_.reset();
-    SetVbusReadOnly(false);
-    SetModuleInstance(nullptr);
-    SimulatedBusTest::TearDown();
+    PageTest::TearDown();
 }
 
 void VbusPageTest::OpenPage() {
-    frame_.reset(CreateWindowExW(0, L"STATIC", L"Virtual bus", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 520,
-                                 480, nullptr, nullptr, nullptr, nullptr));
-    PROPSHEETPAGEW description = {};
-    description.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(params_.get()));
-    page_ = CreateDialogParamW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDD_VBUS_PAGE), frame_.get(),
-                               VbusProspageDlgProc, reinterpret_cast<LPARAM>(&description));
-    ASSERT_NE(page_, nullptr) << GetLastError();
-    RECT area;
-    GetWindowRect(page_, &area);
-    AdjustWindowRect(&area, WS_OVERLAPPEDWINDOW, FALSE);
-    SetWindowPos(frame_.get(), nullptr, 0, 0, area.right - area.left, area.bottom - area.top,
-                 SWP_NOMOVE | SWP_NOZORDER);
-    ShowWindow(page_, SW_SHOW);
+    page_ = OpenDialog(IDD_VBUS_PAGE, VbusProspageDlgProc, params_.get());
+    ASSERT_NE(page_, nullptr);
     TakeRequests();
 }
 
 void VbusPageTest::ClosePage() {
-    if (page_ != nullptr) DestroyWindow(page_);
+    CloseDialog();
     page_ = nullptr;
-    frame_.reset();
 }
 
 INT_PTR VbusPageTest::Answer(UINT message, WPARAM wParam, LPARAM lParam) const {
@@ -68,16 +44,6 @@ INT_PTR VbusPageTest::Answer(UINT message, WPARAM wParam, LPARAM lParam) const {
 void VbusPageTest::Choose(UINT command) {
     modal_.ExpectMenu().Choose(command);
     SendMessageW(page_, WM_COMMAND, MAKEWPARAM(IDC_VBUS_DEVELOPER_MENU, STN_DBLCLK), 0);
-}
-
-std::vector<std::wstring> VbusPageTest::TakeRequests() {
-    taken_.clear();
-    EXPECT_EQ(driver_.ReadRequests(taken_), ERROR_SUCCESS);
-    EXPECT_EQ(driver_.ClearRequests(), ERROR_SUCCESS);
-    std::vector<std::wstring> names;
-    for (const LoggedRequest& request : taken_)
-        names.emplace_back(RequestName(request.record.code));
-    return names;
 }
 
 void VbusPageTest::MakeBusAbsent() {

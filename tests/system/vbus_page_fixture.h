@@ -3,16 +3,10 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "base/win32_handle.h"
-#include "pages/prospage_params.h"
-#include "sim/client/refused_open.h"
-#include "tests/support/import_redirect.h"
-#include "tests/support/modal_driver.h"
-#include "tests/system/sim_fixture.h"
+#include "tests/system/page_fixture.h"
 
-class VbusPageTest : public SimulatedBusTest {
+class VbusPageTest : public PageTest {
   protected:
     void SetUp() override;
     void TearDown() override;
@@ -26,21 +20,13 @@ class VbusPageTest : public SimulatedBusTest {
     // The developer menu, opened as a double click does, with this answer.
     void Choose(UINT command);
 
-    // Names of the requests since the last call, oldest first, and the requests themselves.
-    std::vector<std::wstring> TakeRequests();
-    const std::vector<LoggedRequest>& taken() const { return taken_; }
     void MakeBusAbsent();
     std::wstring BoxText(size_t index) const;
 
-    // The driver's refusals of an opening reach the product.
-    ReplacedCall<CreateFileW> hearingOpen_{"CreateFileW", CreateFileHearingRefusal};
-    ModalDriver modal_;
     std::unique_ptr<VbusProspageParams_st> params_;
-    OwnedWindow frame_;
     HWND page_ = nullptr;
 
   private:
     DeviceInfoList list_;
     SP_DEVINFO_DATA element_ = {};
-    std::vector<LoggedRequest> taken_;
 };

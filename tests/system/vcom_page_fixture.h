@@ -3,20 +3,14 @@
 
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "base/win32_handle.h"
-#include "pages/prospage_params.h"
 #include "resources/resource_ids.h"
-#include "sim/client/refused_open.h"
 #include "tests/support/dialog_under_test.h"
 #include "tests/support/held_keys.h"
-#include "tests/support/import_redirect.h"
-#include "tests/support/modal_driver.h"
 #include "tests/support/timer_record.h"
-#include "tests/system/sim_fixture.h"
+#include "tests/system/page_fixture.h"
 
-class VcomPageTest : public SimulatedBusTest {
+class VcomPageTest : public PageTest {
   protected:
     void SetUp() override;
     void TearDown() override;
@@ -48,25 +42,17 @@ class VcomPageTest : public SimulatedBusTest {
     };
     Look LookOf(int controlId, UINT message = WM_CTLCOLORSTATIC) const;
 
-    // Names of the requests since the last call, oldest first, and the requests themselves.
-    std::vector<std::wstring> TakeRequests();
-    const std::vector<LoggedRequest>& taken() const { return taken_; }
     // As the property sheet does once it has released its pages.
     void DestroyDeviceList() { list_.reset(); }
     std::wstring DeviceTail();  // what the page names its VCOM by
 
-    // The driver's refusals of an opening reach the product.
-    ReplacedCall<CreateFileW> hearingOpen_{"CreateFileW", CreateFileHearingRefusal};
     SimDeviceState_st device_ = {};
-    ModalDriver modal_;
     // A slow machine would tick while a box is open.
     TimerRecord timers_{TimerRecord::Timers::kHeld};
     std::unique_ptr<VcomProspageParams_st> params_;
-    OwnedWindow frame_;
     HWND page_ = nullptr;
 
   private:
     DeviceInfoList list_;
     SP_DEVINFO_DATA element_ = {};
-    std::vector<LoggedRequest> taken_;
 };

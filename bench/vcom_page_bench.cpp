@@ -13,6 +13,7 @@
 #include "base/module.h"
 #include "base/win32_handle.h"
 #include "bench/harness.h"
+#include "bench/page_sheet.h"
 #include "bench/raw_request.h"
 #include "pages/prospage_params.h"
 #include "pages/vcom_page.h"
@@ -33,16 +34,6 @@ constexpr BenchEffort kWindows = {.turns = 15, .turnSeconds = 0.02};
 constexpr BenchEffort kServerCalls = {.turns = 51, .turnSeconds = 0.02};
 constexpr wchar_t kBusNode[] = L"ROOT\\QRV_VBUS\\0000";
 constexpr wchar_t kFriendlyName[] = L"TAVIX Scanner (COM5)";
-
-// A page of the same size without controls.
-struct EmptyTemplate {
-    DLGTEMPLATE head = {DS_CONTROL | WS_CHILD | WS_CAPTION, 0, 0, 0, 0, 257, 215};
-    WORD menuClassTitle[3] = {0, 0, 0};
-};
-
-INT_PTR CALLBACK EmptyPageProc(HWND, UINT message, WPARAM, LPARAM) {
-    return message == WM_INITDIALOG;
-}
 
 // The menu leaves at once, by the key that waits for its loop.
 void LeaveTheNextMenu(HWND owner) {
@@ -86,24 +77,6 @@ void ShowBareMenu(HWND button, bool developer) {
                      nullptr);
 }
 
-HWND OpenSheetWith(const PROPSHEETPAGEW& page) {
-    PROPSHEETHEADERW header = {};
-    header.dwSize = sizeof(header);
-    header.dwFlags = PSH_MODELESS | PSH_PROPSHEETPAGE | PSH_NOAPPLYNOW;
-    header.pszCaption = L"Bench";
-    header.nPages = 1;
-    header.ppsp = &page;
-    return reinterpret_cast<HWND>(PropertySheetW(&header));
-}
-
-PROPSHEETPAGEW PageOf(DLGPROC procedure) {
-    PROPSHEETPAGEW page = {};
-    page.dwSize = sizeof(page);
-    page.hInstance = GetModuleHandleW(nullptr);
-    page.pfnDlgProc = procedure;
-    return page;
-}
-
 class VcomPageBench {
   public:
     bool Prepare() {
@@ -128,25 +101,25 @@ class VcomPageBench {
         const OwnedWindow sheet(OpenVcomSheet());
         const HWND page = PropSheet_GetCurrentPageHwnd(sheet.get());
         KillTimer(page, 51);
-        PrintRequests("page opening");
+        PrintRequests(driver_, "page opening");
         SendMessageW(page, WM_TIMER, 51, 0);
-        PrintRequests("idle tick");
+        PrintRequests(driver_, "idle tick");
         SendDlgItemMessageW(page, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
-        PrintRequests("save without a change");
+        PrintRequests(driver_, "save without a change");
         SendDlgItemMessageW(page, IDC_VCOM_PORT_NAME, CB_SETCURSEL, 41, 0);
         PressTheNextBox();
         SendDlgItemMessageW(page, IDC_VCOM_SAVE, BM_CLICK, 0, 0);
-        PrintRequests("save and the refresh behind it");
+        PrintRequests(driver_, "save and the refresh after it");
         for (const bool developer : {false, true}) {
             ShowToolsMenu(page, developer);
-            PrintRequests(developer ? "tools menu with Shift" : "tools menu");
+            PrintRequests(driver_, developer ? "tools menu with Shift" : "tools menu");
         }
     }
 
     void CompareOpening() {
         PrintBenchHeader("a property sheet, opened and closed", "VCOM page", "empty page");
         const BenchPair pair = MeasurePair([this] { OwnedWindow sheet(OpenVcomSheet()); },
-                                           [this] { OwnedWindow sheet(OpenEmptySheet()); }, kWindows);
+                                           [] { OwnedWindow sheet(OpenEmptySheet()); }, kWindows);
         PrintBenchRow("open and close", pair);
         PrintBenchTime("added by the page", pair.ours - pair.peer, kOpeningAddsAtMost);
     }
@@ -190,25 +163,8 @@ class VcomPageBench {
         params_ = std::make_unique<VcomProspageParams_st>();
         params_->deviceInfoSet = list_.get();
         params_->deviceInfoData = &element_;
-        PROPSHEETPAGEW page = PageOf(VcomProspageDlgProc);
-        page.pszTemplate = MAKEINTRESOURCEW(IDD_VCOM_PAGE);
-        page.lParam = reinterpret_cast<LPARAM>(static_cast<TavixProspageParam_base*>(params_.get()));
-        return OpenSheetWith(page);
-    }
-    HWND OpenEmptySheet() {
-        PROPSHEETPAGEW page = PageOf(EmptyPageProc);
-        page.dwFlags = PSP_DLGINDIRECT;
-        page.pResource = &empty_.head;
-        return OpenSheetWith(page);
-    }
-    void PrintRequests(const char* what) {
-        std::vector<LoggedRequest> requests;
-        driver_.ReadRequests(requests);
-        driver_.ClearRequests();
-        std::printf("  %-34s %zu:", what, requests.size());
-        for (const LoggedRequest& request : requests)
-            std::printf(" %ls", std::wstring(RequestName(request.record.code)).c_str());
-        std::printf("\n");
+        return OpenSheetWith(
+            PageOf(VcomProspageDlgProc, IDD_VCOM_PAGE, static_cast<TavixProspageParam_base*>(params_.get())));
     }
     // The save's own message box would wait for a person.
     static void PressTheNextBox() {
@@ -231,7 +187,6 @@ class VcomPageBench {
     DeviceInfoList list_;
     SP_DEVINFO_DATA element_ = {};
     std::unique_ptr<VcomProspageParams_st> params_;
-    EmptyTemplate empty_;
 };
 
 std::string LogOf(const char* line) {

@@ -54,9 +54,9 @@ function(tavix_add_test_objects name)
     target_precompile_headers(${name} REUSE_FROM tavix_test_headers)
 endfunction()
 
-# A test program. LEVEL is unit, ui or system: ui and system tests share one desktop and one simulated
-# driver, so they never run beside another of their kind. Unit tests that show windows say DESKTOP: they would take
-# the focus and the clipboard from the others.
+# A test program. LEVEL is unit, ui, driver or system (CONTRIBUTING.md): all but unit tests share one desktop and one
+# simulated driver, so they never run beside each other. Unit tests that show windows say DESKTOP: they would take the
+# focus and the clipboard from the others.
 function(tavix_add_test name)
     cmake_parse_arguments(ARG "DESKTOP" "LEVEL" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})

@@ -5,7 +5,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 11)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-option(TAVIX_TRAP_UNDEFINED "Trap on undefined behaviour (an illegal-instruction crash)" OFF)
+option(TAVIX_TRAP_UNDEFINED "Trap on undefined behavior (an illegal-instruction crash)" OFF)
 
 # winedbg reads function names and lines only from DWARF 4.
 add_compile_options(-g -gdwarf-4 -ffunction-sections -fdata-sections)

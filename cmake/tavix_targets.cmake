@@ -72,7 +72,7 @@ function(tavix_add_test name)
     endif()
 endfunction()
 
-# A benchmark program, which scripts/bench finds in the list that is kept here. The program itself is optimised for
+# A benchmark program, which scripts/bench finds in the list that is kept here. The program itself is optimized for
 # speed, so that header-only peers show what they can; the floors keep the options that they ship with.
 function(tavix_add_bench name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})

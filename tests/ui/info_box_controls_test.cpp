@@ -94,7 +94,7 @@ TEST_F(InfoBox, ACancelButtonAloneStaysAtItsTemplatePlaceAndTheHiddenOneMoves) {
          });
 }
 
-TEST_F(InfoBox, AnOkButtonAloneIsCentred) {
+TEST_F(InfoBox, AnOkButtonAloneIsCentered) {
     FlexiInfoParams params = {};
     params.okText = L"OK";
     Show(params,

@@ -40,7 +40,7 @@ void PrintTo(const IconRow& row, std::ostream* out) {
 
 class BoxIcon : public testing::TestWithParam<IconRow> {};
 
-TEST_P(BoxIcon, IsRecognised) {
+TEST_P(BoxIcon, IsRecognized) {
     ModalDriver driver;
     driver.ExpectBox();
     MessageBoxW(nullptr, L"Text", L"Title", GetParam().style);

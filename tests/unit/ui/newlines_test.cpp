@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NewlineRow{"LfBetween", L"a\nb", L"a|b"}, NewlineRow{"CrBetween", L"a\rb", L"a|b"},
                     NewlineRow{"CrLfBetween", L"a\r\nb", L"a|b"},
                     NewlineRow{"LfCrBetween", L"a\n\rb", L"a||b"}, NewlineRow{"AtBothEnds", L"\na\r", L"|a|"},
-                    NewlineRow{"NeighboursOfTheControls", L"\t\v\f\x000E\x0001", L"\t\v\f\x000E\x0001"},
+                    NewlineRow{"NeighborsOfTheControls", L"\t\v\f\x000E\x0001", L"\t\v\f\x000E\x0001"},
                     NewlineRow{"HighCharacters", L"\xFFFF\n\xD83D\xDE00", L"\xFFFF|\xD83D\xDE00"}),
     [](const auto& row) { return std::string(row.param.name); });
 

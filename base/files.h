@@ -1,4 +1,5 @@
-// Plain file access, temporary names and the folder of the driver package. Failures show in the results only.
+// Plain file access, temporary names and the folder of the driver package. Failures are reported by the
+// results alone.
 #pragma once
 
 #include <cstdint>
@@ -6,17 +7,15 @@
 #include "base/win32_handle.h"
 #include "base/windows_api.h"
 
-// Whether the path leads to a file; a folder of that name is none.
+// True when the path names a file; a folder does not count.
 bool IsFile(const wchar_t* path) noexcept;
 
 // Stores the name of a new, empty temporary file, cut to `chars` characters, terminator included. Always
-// true: when no file could be made the name is empty. The third place of the argument list has no meaning any
-// more.
+// true: when no file could be made the name is empty. The second argument no longer means anything.
 bool MakeTempFileName(const wchar_t* prefix, const wchar_t* ignored, wchar_t* buffer, int32_t chars) noexcept;
 
 // "QrvTavix" in the system directory, where the package keeps its files; cut to `chars` characters,
-// terminator included. Returns `buffer`, or null when `chars` is below 1 or the system directory cannot be
-// told.
+// terminator included. Returns `buffer`, or null when `chars` is below 1 or the system directory is unknown.
 wchar_t* GetPackageFolder(wchar_t* buffer, int32_t chars) noexcept;
 
 // Milliseconds since 1970-01-01 00:00 UTC; 0 when the file cannot be opened or its time cannot be read.

@@ -1,4 +1,4 @@
-// The paths that the kernel reports, as drive-letter paths.
+// Converts paths that the kernel reports to drive-letter paths.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// The MD5 digest of RFC 1321, fed piece by piece. It finds accidental damage; it protects against nobody.
+// The MD5 digest of RFC 1321, fed piece by piece. It detects accidental damage; it is no protection against
+// an attacker.
 #pragma once
 
 #include <array>

@@ -7,7 +7,7 @@
 
 #include "base/bounded_text.h"
 
-// Looks at a block that somebody else owns. The list ends at its first empty text or at the end of the block;
+// A view of a block that the caller owns. The list ends at its first empty text or at the end of the block;
 // the last text may lack its NUL.
 class MultiString {
   public:

@@ -3,9 +3,9 @@
 
 #include "base/windows_api.h"
 
-// While it lives, this thread hears of a damaged library, a missing import or an empty drive by the result of
-// its call alone; otherwise the system may show a box first and wait for an answer. Versions before 6.1 can
-// only set this for the whole process.
+// While it lives, a damaged library, a missing import or an empty drive is reported by the failing call
+// alone; otherwise the system may show a box first and wait for an answer. Applies to this thread; versions
+// before 6.1 can only set it for the whole process.
 class NoErrorBoxes {
   public:
     NoErrorBoxes() noexcept;

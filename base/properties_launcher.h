@@ -4,7 +4,7 @@
 #include "base/windows_api.h"
 
 // Shows the dialog and returns when it is closed. False, with kErrorFunctionMissing as the last error and
-// nothing shown, when the system does not have Device Manager's library or function.
+// nothing shown, when the system lacks Device Manager's library or function.
 bool ShowDeviceManagerProperties(HWND owner, const wchar_t* deviceInstanceId) noexcept;
 
 // Forgets the cached look-up, for tests.

@@ -1,15 +1,15 @@
-// Functions that not every supported system has, looked up by name in a library of the system directory.
+// Functions that some supported systems lack, looked up by name in a library of the system directory.
 #pragma once
 
 #include <cstdint>
 
 #include "base/windows_api.h"
 
-// The internal code for a function that this system does not have.
+// Our own error code for a function that this system lacks.
 inline constexpr DWORD kErrorFunctionMissing = 0xE00000EE;
 
 // Loads the library from the system directory only; null on failure. The library stays loaded: it belongs to
-// the system, and giving it up while this module is being unloaded is not allowed.
+// the system, and must not be freed while this module is being unloaded.
 HMODULE LoadSystemLibrary(const wchar_t* fileName) noexcept;
 
 // One function, looked up at its first use. A look-up that failed is repeated at the next use.
@@ -19,7 +19,7 @@ class SystemFunction {
     constexpr SystemFunction(const wchar_t* library, const char* name) noexcept
         : library_(library), name_(name) {}
 
-    // Null when the system does not have it; the last error is then kErrorFunctionMissing.
+    // Null when the system lacks it; the last error is then kErrorFunctionMissing.
     Function get() noexcept {
         if (address_ == nullptr) {
             const HMODULE library = LoadSystemLibrary(library_);

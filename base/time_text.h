@@ -1,4 +1,4 @@
-// Time in the units that the system stores and shows.
+// Time in the units that the product stores and shows.
 //
 // "Uems" values are signed milliseconds since 1970-01-01 00:00:00, Unix seconds are signed seconds since
 // then. A FILETIME is taken as a signed 64-bit count of 100-nanosecond units since 1601. Division truncates
@@ -44,7 +44,7 @@ bool time_now_tm(TimeTm* out) noexcept;
 bool time_sleep_ms(uint32_t ms) noexcept;  // always true
 uint32_t time_tick_ms() noexcept;
 int32_t time_tick_bits() noexcept;
-// The ticks between two readings, right across one wrap of the counter.
+// The ticks between two readings, correct across one wrap of the counter.
 uint64_t time_tick_elapsed(uint64_t start, uint64_t now) noexcept;
 
 // Style 1 writes "2024-03-05 09:07:02", style 2 "03-05 09:07:02", any other "09:07:02". Nothing is checked; a

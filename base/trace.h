@@ -1,4 +1,4 @@
-// Console output with a time stamp in front: debugging aids that the installer itself does not call.
+// Console output that begins with a time stamp: debugging aids that the installer itself does not call.
 #pragma once
 
 #include <cstdint>

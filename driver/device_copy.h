@@ -1,4 +1,4 @@
-// A device in a list of its own, for what may outlast the list that it came from.
+// A device in its own list, for code that may outlast the list that the device came from.
 #pragma once
 
 #include "base/win32_handle.h"
@@ -8,7 +8,7 @@
 
 class DeviceCopy {
   public:
-    // When the device cannot be opened the copy names none, and whatever is asked of it fails.
+    // When the device cannot be opened the copy is empty, and every query of it fails.
     DeviceCopy(HDEVINFO deviceSet, SP_DEVINFO_DATA* device) noexcept;
 
     HDEVINFO set() const noexcept { return list_.get(); }

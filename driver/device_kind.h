@@ -6,7 +6,7 @@
 #include <setupapi.h>
 
 enum class DeviceKind {
-    Unkn,  // none of ours, or its instance ID cannot be read
+    Unkn,  // not one of ours, or its instance ID cannot be read
     Usbd,  // the physical USB device
     Vcom,  // a virtual COM port that the bus creates for a USB device
     Vbus,  // the root-enumerated virtual bus

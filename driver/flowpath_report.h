@@ -1,5 +1,5 @@
-// The statistics of one device's Flowpath as text: counters, what has moved since the last time and how fast,
-// and where the driver's counters contradict each other.
+// The statistics of one device's Flowpath as text: counters, what moved since the last time and how fast, and
+// where the driver's counters contradict each other.
 #pragma once
 
 #include <cstdint>
@@ -49,6 +49,6 @@ struct FlowpathTotals {
 // From the device's hardware key; 0 for what is missing or of another type than a 64-bit number.
 FlowpathTotals ReadFlowpathTotals(HDEVINFO deviceSet, SP_DEVINFO_DATA* device) noexcept;
 
-// The text in place of the report when the driver did not answer: why, and the totals.
+// The text shown instead of the report when the driver did not answer: the reason, and the totals.
 void FormatFlowpathFailure(DWORD error, const FlowpathTotals& totals, const wchar_t* separator, wchar_t* text,
                            int32_t textChars) noexcept;

@@ -5,12 +5,12 @@
 
 #include "driver/protocol.h"
 
-// UfAppErr_VbusNotReady when the Vbus cannot be opened, UfAppErr_Unknown when the record did not come whole;
-// `global` is then untouched.
+// UfAppErr_VbusNotReady when the Vbus cannot be opened, UfAppErr_Unknown when the whole record could not be
+// read; `global` is then untouched.
 UfAppErr GetGlobalCfg(GlobalCfg_st& global) noexcept;
 
 // The record is the one read, with changed fields. UfAppErr_VbusNotReady as above, UfAppErr_AccessDenied when
-// writing is denied, UfAppErr_Unknown for another failure, else the driver's result.
+// writing is denied, UfAppErr_Unknown for another failure, otherwise the driver's result.
 UfAppErr SetGlobalCfg(const GlobalCfg_st& global) noexcept;
 
 // One setting for virtual machines over two fields: drop partial bytes on a USB error, and clear input no

@@ -36,7 +36,7 @@ inline constexpr int kDevinstPathBufferTooSmall = 20;
 inline constexpr DWORD kDevinstPathUnknownChars = 1000;
 
 // Asks the driver which USB device instance belongs to a VCOM instance path. The buffer's text is terminated,
-// cut when the driver filled it to the brim. *charsReturned (optional) counts what the driver returned, at
+// cut when the driver filled it completely. *charsReturned (optional) counts what the driver returned, at
 // most bufferChars, or is kDevinstPathUnknownChars when the request fails. Returns 0, 7 when the Vbus cannot
 // be opened, 9 when the USB device is offline, 20 when the buffer is too small, 2 for any other failure.
 int QueryUsbdDevinstPath(const wchar_t* vcomInstancePath, wchar_t* buffer, DWORD bufferChars,

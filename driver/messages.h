@@ -1,4 +1,4 @@
-// Texts about the driver that several places show.
+// Texts about the driver that are shown in several places.
 #pragma once
 
 #include <cstdint>

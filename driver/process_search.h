@@ -4,9 +4,9 @@
 #include "base/multi_string.h"
 #include "base/windows_api.h"
 
-// Stores the path of the process's program, cut to the buffer. A process that hides its path from us but
-// tells only the kernel's name for it gives that name as a drive-letter path, or unchanged when it is on no
-// drive. False when neither can be read.
+// Stores the path of the process's program, cut to the buffer. When only the kernel's name for the program
+// can be read, stores that as a drive-letter path, or unchanged when it is on no drive. False when neither
+// can be read.
 bool GetProcessExePath(DWORD processId, wchar_t* buffer, DWORD bufferChars) noexcept;
 
 // The same path for a reader: "Unknown process EXE path" when it cannot be read.

@@ -1,5 +1,5 @@
-// What is known of one USB device at one moment: of the system, of the driver and of its error log. Read
-// without a window, so that whoever shows it sends no request.
+// What the system, the driver and the error log know about one USB device at one moment. Read without a
+// window, so that showing it sends no request.
 #pragma once
 
 #include <cstdint>
@@ -29,5 +29,5 @@ struct UsbdSnapshot {
 };
 
 // Sends at most two requests: one for the mapping, one for the speed. False when the path of the device's log
-// cannot be told; speed and log are then unread.
+// is unknown; speed and log are then unread.
 bool ReadUsbdSnapshot(HDEVINFO deviceSet, SP_DEVINFO_DATA* usbDevice, UsbdSnapshot& snapshot) noexcept;

@@ -25,6 +25,6 @@ UfAppErr tavo_GetVcomCfg(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, VcomCfgRep
                          GlobalCfg_st& global) noexcept;
 
 // Reads as above (and returns its failure), then writes the VCOM and the two global settings, keeping all
-// others. UfAppErr_AccessDenied when the VCOM may not be written, UfAppErr_Unknown when a write fails
-// otherwise, else the driver's result.
+// others. UfAppErr_AccessDenied when the VCOM may not be written, UfAppErr_Unknown when a write fails for
+// another reason, otherwise the driver's result.
 UfAppErr tavo_SetVcomCfg(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const VcomCfg& cfg) noexcept;

@@ -1,4 +1,4 @@
-// What there is to show of a VCOM, read in one go and without a window.
+// Everything that is shown of a VCOM, read in one go and without a window.
 #pragma once
 
 #include "base/windows_api.h"
@@ -18,8 +18,8 @@ struct VcomName {
 
 VcomName ReadVcomName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device) noexcept;
 
-// Read in this order. Without a name nothing is asked of the driver; without a bus or a configuration
-// nothing more, and what was not read is zero.
+// Read in this order. Without a name the driver is not asked; without a bus or a configuration reading ends
+// there. What was not read is zero.
 struct VcomSnapshot {
     VcomName name;
     DWORD openError;                           // of opening the Vbus, ERROR_NOT_READY when there is none

@@ -1,6 +1,6 @@
 // Once per installation of the driver's service: looks for the processes of a virtual machine's guest tools
-// and, when one runs, makes the driver patient with the timing of a virtualised USB stack. Which processes
-// count, the driver package lists in the service's Parameters key.
+// and, when one runs, makes the driver tolerate the timing of a virtualized USB stack. The driver package
+// lists these processes in the service's Parameters key.
 #pragma once
 
 enum class VmHost {
@@ -9,12 +9,12 @@ enum class VmHost {
     kVirtualbox = 2,
 };
 
-// Reports nothing: an installation goes on whatever happens here.
+// Reports nothing: an installation continues whatever happens here.
 void ApplyVmTuningOnce() noexcept;
 
-// VMware is looked for first.
+// Looks for VMware first.
 VmHost DetectVmHost() noexcept;
 
-// True when a program runs that the REG_MULTI_SZ value of the Parameters key names; false without such a
+// True when a program named in the REG_MULTI_SZ value of the Parameters key is running; false without such a
 // value.
 bool IsVmHostProcessRunning(const wchar_t* listValueName) noexcept;

@@ -1,5 +1,4 @@
-// The four arguments of one call of the module's entry, as its handlers receive them. All borrowed for the
-// call.
+// The four arguments of one call of the module's entry, for its handlers. All are borrowed for the call.
 #pragma once
 
 #include "base/windows_api.h"

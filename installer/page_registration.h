@@ -12,6 +12,6 @@
 // unreadable class-install parameters, a sheet that is full. 8 when the page could not be created.
 //
 // Once the page exists it owns `params`, which is then empty; otherwise the caller keeps the object. A page
-// without an object is created all the same.
+// without an object is still created.
 DWORD tavix_DIF_ADDPROPERTYPAGE_ADVANCED(const CallRecord& call, WORD templateId, DLGPROC procedure,
                                          std::unique_ptr<TavixProspageParam_base>& params) noexcept;

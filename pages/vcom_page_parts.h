@@ -1,4 +1,4 @@
-// What the files of the VCOM page share. The page's object is handed on by reference; after a message loop (a
+// Shared by the files of the VCOM page. The page's object is passed by reference; after a message loop (a
 // box, a menu, a dialog) it is fetched again, because the sheet may have been closed meanwhile.
 #pragma once
 
@@ -24,11 +24,11 @@ inline VcomProspageParams_st* VcomState(HWND page) noexcept {
 void StartVcomTimer(HWND page, VcomProspageParams_st& state) noexcept;
 void StopVcomTimer(HWND page, VcomProspageParams_st& state) noexcept;
 
-// vcom_page_refresh.cpp: reads all that the page shows, shows it, and reports what failed. Returns the page's
-// object, or null when the friendly name could not be read, which ends the page's regular updates, and when
-// the page was closed during the report.
+// vcom_page_refresh.cpp: reads everything that the page shows, shows it, and reports failures. Returns the
+// page's object, or null when the friendly name could not be read, which ends the page's regular updates, and
+// when the page was closed during the report.
 VcomProspageParams_st* RefreshVcomPage(HWND page, VcomProspageParams_st& state) noexcept;
-// The friendly name alone. False when there is none; that is reported, and `state` may be gone then.
+// Only the friendly name. Without one, reports that and returns false; `state` may then be gone.
 bool ShowVcomName(HWND page, VcomProspageParams_st& state, const VcomName& name) noexcept;
 
 // vcom_page_save.cpp

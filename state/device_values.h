@@ -1,4 +1,4 @@
-// Values in a device node's registry keys, where the driver keeps what it knows of one device.
+// Values in a device node's registry keys, where the driver keeps what it knows about one device.
 //
 // `keyType` is DIREG_DEV for the hardware key or DIREG_DRV for the software key; keys are opened for reading.
 #pragma once
@@ -28,7 +28,7 @@ inline constexpr wchar_t kDevHistUsbReadBytes[] = L"histUsbReadBytes";
 DWORD ReadDevRegValue(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD keyType, const wchar_t* name,
                       RegValue& value) noexcept;
 
-// The default answers for a missing key or value and for a value of another type.
+// These return the default for a missing key or value and for a value of another type.
 DWORD ReadDevDword(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD keyType, const wchar_t* name,
                    DWORD defaultNumber) noexcept;
 uint64_t ReadDevQword(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DWORD keyType, const wchar_t* name,

@@ -1,5 +1,4 @@
-// The Parameters key of the driver's service. The driver's installation makes the key; nothing here creates
-// it.
+// The Parameters key of the driver's service. The driver's installation creates the key; nothing here does.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +6,7 @@
 #include "base/heap_text.h"
 #include "base/windows_api.h"
 
-// Below HKEY_LOCAL_MACHINE.
+// Under HKEY_LOCAL_MACHINE.
 inline constexpr wchar_t kDriverParametersKey[] =
     L"SYSTEM\\CurrentControlSet\\services\\Qrv_tavix\\Parameters";
 
@@ -24,15 +23,15 @@ inline constexpr wchar_t kParamExportUnixEpoch[] = L"ExportUnixEpoch";          
 
 inline constexpr DWORD kVcomLifemodeDefault = 1;
 
-// The default also answers for a value of another type, so that a stray string never becomes a setting.
+// Returns the default also for a value of another type, so that a stray string never becomes a setting.
 DWORD ReadParamDword(const wchar_t* name, DWORD defaultNumber) noexcept;
 
-// Return the code of WriteRegValue: 3 (ERROR_PATH_NOT_FOUND) when the key is missing or not ours to write,
-// 8 (ERROR_NOT_ENOUGH_MEMORY) for a text that needs more memory than there is.
+// Return the code of WriteRegValue: 3 (ERROR_PATH_NOT_FOUND) when the key is missing or may not be written, 8
+// (ERROR_NOT_ENOUGH_MEMORY) for a text that needs more memory than there is.
 DWORD WriteParamDword(const wchar_t* name, DWORD number) noexcept;
 DWORD WriteParamQword(const wchar_t* name, uint64_t number) noexcept;
 DWORD WriteParamText(const wchar_t* name, const wchar_t* text) noexcept;
 
-// Reads the block of a list, which a MultiString walks. False, with `list` untouched, when the value is
-// missing or not REG_MULTI_SZ.
+// Reads a list as one block for MultiString to walk. False, with `list` untouched, when the value is missing
+// or not REG_MULTI_SZ.
 bool ReadParamStringList(const wchar_t* name, HeapText& list) noexcept;

@@ -1,4 +1,4 @@
-// A registry value with its type, and its translation from and to the bytes that the registry keeps.
+// A registry value with its type, and its conversion from and to the bytes that the registry stores.
 #pragma once
 
 #include <cstdint>
@@ -40,6 +40,6 @@ struct EncodedRegValue {
 bool IsWritableRegType(DWORD type) noexcept;
 
 // REG_EXPAND_SZ is stored as REG_SZ. Returns 0, ERROR_UNSUPPORTED_TYPE for a type that IsWritableRegType
-// denies, or 0xC0000017 (STATUS_NO_MEMORY) when the data is larger than memory or than the registry can be
-// asked to take.
+// rejects, or 0xC0000017 (STATUS_NO_MEMORY) when memory runs out or the data is larger than the registry can
+// take.
 DWORD EncodeRegValue(const RegValue& value, EncodedRegValue& encoded) noexcept;

@@ -1,17 +1,17 @@
 // The optional library "tavix_customres.dll" of the package folder, with which a customer replaces the
-// system's icons and About text. Nothing here fails towards its caller: without an intact library every
-// function answers with the module's own resources.
+// system's icons and About text. Nothing here fails: without an intact library every function returns the
+// module's own resources.
 //
 // Called on the thread of the device installer or of a page; takes no lock.
 #pragma once
 
 #include "base/windows_api.h"
 
-// Loads the library and, when its switch and its digest allow, makes it the source of everything below. Does
-// nothing while a library is held. Runs at process attach, under the loader lock: besides this one library it
-// loads none, and it waits for nothing.
+// Loads the library and, when its switch and its digest allow, takes everything below from it. Does nothing
+// while one is loaded. Runs at process attach, under the loader lock: it loads no other library and waits for
+// nothing.
 void LoadCustomResourceLibrary() noexcept;
-// Back to the state before any load.
+// Returns to the state before any load.
 void FreeCustomResourceLibrary() noexcept;
 
 // True once the library is loaded, switched on and intact.
@@ -30,9 +30,9 @@ void SetCustomWindowIcons(HWND window) noexcept;
 // without an active library.
 const wchar_t* CustomAboutText() noexcept;
 
-// True when the library asks that the user guide is not offered.
+// True when the library asks to hide the user guide.
 bool CustomHidesUserGuide() noexcept;
 
 // Verifies the file in the package folder whether or not it is in use. False when it exists and is not
-// intact; without a file there is nothing to complain of.
+// intact; a missing file is fine.
 bool CheckCustomResourceFile() noexcept;

@@ -1,5 +1,5 @@
-// Whether a customer's resource library is as its maker stamped it: string 18001 holds the digest of the rest
-// of the file. docs/custom-resources.md describes the digest for those who make such libraries.
+// Checks that a customer's resource library is as its maker stamped it: string 18001 holds the digest of the
+// rest of the file. docs/custom-resources.md describes the digest for the makers of such libraries.
 #pragma once
 
 #include <cstdint>
@@ -25,18 +25,19 @@ class HandleBytes final : public FileBytes {
     HANDLE file_;
 };
 
-// The place in the file of string 18001's length word. False when the file is no PE image that has a string
-// 18001 of exactly 32 characters.
+// The file position of string 18001's length word. False when the file is no PE image that has a string 18001
+// of exactly 32 characters.
 bool FindCustomResourceSlot(FileBytes& file, uint64_t* slotPosition) noexcept;
 
-// What the slot's characters should be. Reads the whole file into memory; false when that fails.
+// Computes what the slot's characters should be. Reads the whole file into memory; false when that fails.
 using CustomResourceDigest = wchar_t[kCustomResourceDigestChars + 1];
 bool ComputeCustomResourceDigest(FileBytes& file, uint64_t slotPosition,
                                  CustomResourceDigest& digest) noexcept;
 
 // True when the library is intact. `digestChars` (may be null) receives the length of string 18001 when that
-// is 32, else 0. `text` (may be null) receives the digest that the library should carry, cut to textCapacity
-// characters including the terminator; it stays untouched when there is no slot or the file cannot be read.
+// is 32, otherwise 0. `text` (may be null) receives the digest that the library should carry, cut to
+// textCapacity characters including the terminator; it stays untouched when there is no slot or the file
+// cannot be read.
 bool VerifyCustomResource(FileBytes& file, int32_t* digestChars, wchar_t* text,
                           int32_t textCapacity) noexcept;
 

@@ -15,8 +15,8 @@ struct CommandRow {
     void (*handler)(HWND dialog, State& state) noexcept;
 };
 
-// `command` is the wParam of WM_COMMAND. False when no row is for it. The handler may have run a message
-// loop, so that the state may be gone afterwards.
+// `command` is the wParam of WM_COMMAND. False when no row matches. The handler may have run a message loop,
+// so the state may be gone afterwards.
 template <typename State>
 bool RunCommand(std::span<const CommandRow<State>> rows, HWND dialog, State& state, WPARAM command) noexcept {
     for (const CommandRow<State>& row : rows) {

@@ -10,6 +10,5 @@
 uint32_t InfoBoxKind(int32_t kind, HWND owner, const wchar_t* format, ...) noexcept;
 
 // Asks with "&Yes" and "&No"; `firstIsDefault` chooses which of them Enter presses. Returns 1 for "&Yes", 2
-// for
-// "&No"; a question that cannot be shown is answered 2.
+// for "&No"; a question that cannot be shown is answered 2.
 uint32_t InfoBoxAskYes(HWND owner, bool firstIsDefault, const wchar_t* format, ...) noexcept;

@@ -28,8 +28,8 @@ struct MenuIconItem {
 bool menu_is_themed() noexcept;
 
 // Shows the menu as TrackPopupMenuEx does, with the items' icons, and returns its result. A system without
-// themes shows the plain menu, unless `force` asks for icons in the old way. *firstError (may be null) gets
-// the code of the first icon that failed, 0 when none did.
+// themes shows the plain menu, unless `force` asks for icons drawn the old way. *firstError (may be null)
+// gets the code of the first icon that failed, 0 when none did.
 BOOL menu_track_popup_with_icons(HMENU menu, UINT flags, int x, int y, HWND owner, TPMPARAMS* params,
                                  MenuIconItem* items, int32_t itemCount, int32_t* firstError,
                                  bool force) noexcept;

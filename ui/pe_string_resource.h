@@ -6,11 +6,11 @@
 #include <cstddef>
 #include <cstdint>
 
-// The bytes of a file, wherever they are.
+// Reads the bytes of a file, wherever they are stored.
 class FileBytes {
   public:
     virtual uint64_t SizeInBytes() noexcept = 0;
-    // False when the bytes are not all there; the buffer's content is then undefined.
+    // False when the file ends before them; the buffer's content is then undefined.
     virtual bool ReadAt(uint64_t position, void* buffer, size_t bytes) noexcept = 0;
 
   protected:
@@ -23,8 +23,8 @@ struct PeString {
     uint16_t chars;
 };
 
-// Takes 32-bit and 64-bit images. The string table may exist in several languages: the first one listed
-// counts, whatever language the user has, so that every reader of the file sees the same string. An absent
-// string has 0 characters in the table and counts as found. False when there is no such table or the file is
-// damaged where it leads to the string.
+// Takes 32-bit and 64-bit images. The string table may exist in several languages: the first one listed is
+// used, whatever the user's language, so that every reader of the file sees the same string. An absent string
+// has 0 characters in the table and counts as found. False when there is no such table or the file is damaged
+// where it leads to the string.
 bool FindPeString(FileBytes& file, uint16_t stringId, PeString* found) noexcept;

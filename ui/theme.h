@@ -1,16 +1,15 @@
-// What Windows lacked before Vista: buffered painting and the loader of small icons; and the theme query. All
-// are looked up at run time, so that the module still loads on older systems.
+// Buffered painting and the loader of small icons, which Windows lacked before Vista, and the theme query.
+// All are looked up at run time, so that the module still loads on older systems.
 #pragma once
 
 #include "base/windows_api.h"
 
 #include <uxtheme.h>
 
-// False also where the system has no themes.
+// False also on a system without themes.
 bool ThemeIsAppThemed() noexcept;
 
-// The platform's functions; null, or kErrorFunctionMissing as the HRESULT, where the system does not have
-// them.
+// The platform's functions; null, or kErrorFunctionMissing as the HRESULT, on a system without them.
 HPAINTBUFFER ThemeBeginBufferedPaint(HDC target, const RECT* area, BP_BUFFERFORMAT format,
                                      BP_PAINTPARAMS* params, HDC* paint) noexcept;
 HRESULT ThemeGetBufferedPaintBits(HPAINTBUFFER buffer, RGBQUAD** bits, int* rowPixels) noexcept;

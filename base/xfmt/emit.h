@@ -1,4 +1,4 @@
-// The way of every piece of output, kept inline because most pieces have only a few characters.
+// The path that every piece of output takes, inline because most pieces are only a few characters long.
 #pragma once
 
 #include <emmintrin.h>
@@ -14,7 +14,7 @@ inline void XfmtCount(XfmtCall& call, int64_t count) noexcept {
     call.info.out_pos = position > INT32_MAX ? INT32_MAX : static_cast<int32_t>(position);
 }
 
-// Copies as many characters as one or two of these units have, in two reads that may overlap.
+// Copies between one and two units' worth of characters in two reads that may overlap.
 template <typename Unit>
 inline void XfmtCopyTwice(wchar_t* out, const wchar_t* text, int32_t count) noexcept {
     constexpr int32_t kUnitChars = sizeof(Unit) / sizeof(wchar_t);
@@ -35,8 +35,8 @@ inline void XfmtCopyPairs(wchar_t* out, const wchar_t* text, int32_t count) noex
 
 inline constexpr int32_t kXfmtFewChars = 32;
 
-// Copies up to kXfmtFewChars characters, for which a library call would cost more than the work. A text that
-// is formatted onto itself stays what it is.
+// Copies up to kXfmtFewChars characters, for which a library call would cost more than the work. A text may
+// be formatted onto itself.
 inline void XfmtCopyFew(wchar_t* out, const wchar_t* text, int32_t count) noexcept {
     struct Half {
         __m128i first, second;
@@ -59,7 +59,7 @@ inline void XfmtStore(XfmtCall& call, const wchar_t* text, int32_t count) noexce
     }
 }
 
-// One piece of output: traced, handed to the sink, stored as far as it fits, counted. Nothing for no
+// One piece of output: traced, handed to the sink, stored as far as it fits, counted. Does nothing without
 // characters.
 inline void XfmtEmit(XfmtCall& call, const wchar_t* text, int32_t count) noexcept {
     if (count < 1) return;
@@ -68,8 +68,8 @@ inline void XfmtEmit(XfmtCall& call, const wchar_t* text, int32_t count) noexcep
     XfmtCount(call, count);
 }
 
-// The place of a piece that is written right where it belongs, or null when it must be emitted instead,
-// because somebody observes it or it does not fit. What is written is then counted.
+// Where to write a piece straight into the output, or null when it must be emitted instead because it is
+// observed or does not fit. The caller counts what it wrote.
 inline wchar_t* XfmtPlaceFor(XfmtCall& call, int32_t count) noexcept {
     if (call.observed || count > call.room - call.info.out_pos) return nullptr;
     return call.target.buf + call.info.out_pos;

@@ -1,5 +1,5 @@
-// The inside of the format engine: the state of one call and the stages that work on it. Only the engine's
-// own files include this; everybody else uses xfmt.h.
+// The internals of the format engine: the state of one call and the stages that work on it. Only the engine's
+// own files include this; all other code uses xfmt.h.
 #pragma once
 
 #include <cstdint>
@@ -82,7 +82,7 @@ inline uint64_t XfmtTakeSlot(XfmtCall& call) noexcept {
     return va_arg(call.args, uint64_t);
 }
 
-// The argument of the current conversion, noted for sinks.
+// The argument of the current conversion, recorded for sinks.
 inline uint64_t XfmtTakeArgument(XfmtCall& call, int32_t bytes) noexcept {
     call.info.arg_bytes = bytes;
     return call.info.arg_raw = XfmtTakeSlot(call);
@@ -106,17 +106,17 @@ inline int32_t XfmtTextLength(const wchar_t* text, int32_t maxChars = INT32_MAX)
     return static_cast<int32_t>(wcsnlen(text, static_cast<size_t>(maxChars)));
 }
 
-// --- output.cpp; XfmtEmit itself stands in emit.h
+// --- output.cpp; XfmtEmit itself is in emit.h
 
 // Shows a piece to the trace hook and the sink.
 void XfmtObserve(XfmtCall& call, const wchar_t* text, int32_t count) noexcept;
 void XfmtCopyMany(wchar_t* out, const wchar_t* text, int32_t count) noexcept;
-// The same character again and again, in pieces of at most kXfmtRunChars.
+// `count` times the same character, in pieces of at most kXfmtRunChars.
 void XfmtEmitRun(XfmtCall& call, wchar_t fill, int32_t count) noexcept;
-// Padded to the width of the directive. The first prefixChars stand before padding zeros.
+// Padded to the width of the directive. Padding zeros go after the first prefixChars.
 void XfmtEmitField(XfmtCall& call, const wchar_t* text, int32_t count, int32_t prefixChars,
                    bool zeroPadded) noexcept;
-// Nobody sees what is produced from here on: it is enough to count it.
+// True when nothing will see the rest of the output, so counting it is enough.
 inline bool XfmtOnlyCounts(const XfmtCall& call) noexcept {
     return !call.observed && call.info.out_pos >= call.room;
 }

@@ -10,7 +10,7 @@ struct FlexiInfoState;
 SIZE InfoBoxSizeForText(SIZE window, SIZE textControl, SIZE text, int scrollBarWidth) noexcept;
 // True while the user has not shrunk the box by 15 pixels or more in either dimension.
 bool IsNotShrunk(SIZE window, const RECT& target) noexcept;
-// The stored target, widened and heightened where the fresh one is larger.
+// The stored target, made wider and taller where the fresh one is larger.
 RECT GrownTarget(const RECT& stored, const RECT& fresh) noexcept;
 bool IsSmallerThan(SIZE window, const RECT& target) noexcept;
 

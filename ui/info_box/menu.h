@@ -10,22 +10,23 @@
 
 struct FlexiInfoState;
 
-// Gives the three special entries their states at the opening of the box. Returns whether the time of the
-// last refresh is shown from the start.
+// Sets the states of the three special entries when the box opens. Returns whether the time of the last
+// refresh is shown from the start.
 bool NormalizeMenu(FlexiInfoMenuItem* items, int32_t count, bool hasParent, bool attached) noexcept;
 
 // Checks the entry that detaches.
 void ShowDetached(FlexiInfoMenuItem* items, int32_t count) noexcept;
 
-// The command that an entry has in the pop-up menu, and the way back. Menu code uses small negative numbers
-// for states of its own (a menu may not even close on -2), so the special entries go by large positive ones.
+// Converts an entry's identifier to its command in the pop-up menu, and back. Menu code has its own meanings
+// for small negative numbers (a menu may not even close on -2), so the special entries use large positive
+// ones.
 UINT MenuCommandOf(int32_t itemId) noexcept;
 int32_t MenuItemIdOf(int32_t command) noexcept;
 
 // Null when the menu cannot be made.
 OwnedMenu BuildMenu(const FlexiInfoMenuItem* items, int32_t count) noexcept;
 
-// Toggles the chosen entry and returns its new check state; an id of 0 stands for "nothing chosen".
+// Toggles the chosen entry and returns its new check state; an id of 0 means that nothing was chosen.
 bool ToggleMenuItem(FlexiInfoMenuItem* items, int32_t count, int32_t chosenId) noexcept;
 
 // Shows the menu at a point of the screen and carries out the choice.

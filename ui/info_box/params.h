@@ -7,5 +7,5 @@
 // text buffer the box supplies one of a single unit.
 FlexiInfoParams WithInfoBoxDefaults(const FlexiInfoParams* params, bool hasTextBuffer) noexcept;
 
-// The point size of the built-in template's font: below 1 means 9, and nothing is smaller than 6.
+// The point size of the built-in template's font: below 1 means 9, and 6 is the smallest.
 int32_t InfoBoxFontPointSize(int32_t requested) noexcept;

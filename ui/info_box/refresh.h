@@ -1,4 +1,4 @@
-// The refresh dispatch: calls the callback and does what its result asks for.
+// Calls the refresh callback and does what its result asks for.
 #pragma once
 
 #include <cstdint>
@@ -15,10 +15,10 @@ enum class RefreshText { kKeep, kShow };
 uint32_t DispatchRefresh(FlexiInfoState& state, uint32_t reason, RefreshText show, int32_t menuItemId = 0,
                          bool menuItemChecked = false) noexcept;
 
-// Converts the caller's buffer into the display text. When that is impossible the buffer says "No memory!"
-// and the display text stays.
+// Converts the caller's buffer into the display text. Without memory the buffer then says "No memory!" and
+// the display text stays.
 bool ConvertText(FlexiInfoState& state) noexcept;
-// Gives the display text to the text control.
+// Shows the display text in the text control.
 void ShowDisplayText(const FlexiInfoState& state) noexcept;
 
 // The title, or the time of the last refresh.

@@ -30,7 +30,7 @@ struct FlexiInfoState {
     HWND owner = nullptr;   // in use: null when detached
 
     HWND hwnd = nullptr;  // null unless the dialog window is alive; a callback may have destroyed it
-    bool opened = false;  // whether a dialog window has come up since the modal loop started
+    bool opened = false;  // whether a dialog window has opened since the modal loop started
     bool ended = false;   // EndDialog has been called for this window
     bool menuOpen = false;
     bool focusOff = false;  // no control has the focus, and activating the box must not change that
@@ -48,5 +48,5 @@ struct FlexiInfoState {
 
 // window.cpp. The dialog procedure; the creation parameter is the state.
 INT_PTR CALLBACK InfoBoxProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) noexcept;
-// Ends the dialog loop; nothing ticks any more. A later call replaces the result.
+// Ends the dialog loop and stops the timer. A later call replaces the result.
 void EndInfoBox(FlexiInfoState& state, INT_PTR result) noexcept;

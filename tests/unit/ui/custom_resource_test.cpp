@@ -195,28 +195,6 @@ TEST_F(CustomResource, IsLoadedOnceByItsFullPath) {
     EXPECT_THAT(loaded, ElementsAre(system_.CustomLibraryPath()));
 }
 
-TEST_F(CustomResource, IsLoadedWithinTheModulesActivationContext) {
-    InstallStamped(CustomerLibrary());
-    int active = 0;
-    REPLACE_CALL(activate, ActivateActCtx, [&](HANDLE context, ULONG_PTR* cookie) {
-        ++active;
-        return ActivateActCtx(context, cookie);
-    });
-    REPLACE_CALL(deactivate, DeactivateActCtx, [&](DWORD flags, ULONG_PTR cookie) {
-        --active;
-        return DeactivateActCtx(flags, cookie);
-    });
-    int activeAtLoad = 0;
-    REPLACE_CALL(load, LoadLibraryW, [&](const wchar_t* path) {
-        if (path == system_.CustomLibraryPath()) activeAtLoad = active;
-        return LoadLibraryW(path);
-    });
-    LoadCustomResourceLibrary();
-    EXPECT_TRUE(IsCustomResourceActive());
-    EXPECT_EQ(activeAtLoad, 1);
-    EXPECT_EQ(active, 0);
-}
-
 // The switch ------------------------------------------------------------------------------------------------
 
 struct SwitchRow {

@@ -87,7 +87,7 @@ void ShowUsberrLog(HWND page, UsbdProspageParams_st& state, const UsberrLog& log
     const View view = ChooseView(page, mode, recent);
     // On opening, and when the first log appears later, no radio button is checked yet; the next update keeps
     // this choice.
-    if (mode == kUsberrPageOpened || !CheckedRadio(page, kViews).has_value()) CheckView(page, view);
+    if (!CheckedRadio(page, kViews).has_value()) CheckView(page, view);
     ShowView(page, state, view, log);
 }
 

@@ -217,6 +217,24 @@ TEST_F(RegistryExport, LeavesTheDialogReadyForTheNextSave) {
     EXPECT_EQ(sent.preferredPorts[1], L'\0');
 }
 
+// Left alone the two fields would keep the short delay; switched off they are zeros.
+TEST_F(RegistryExport, SwitchingBackAfterItIsAChange) {
+    const ReplacedReg reg(L"cmd.exe /c exit 0");
+    GlobalCfg_st global = {};
+    global.clearInputDelayMinimumMs = 77;
+    ASSERT_EQ(driver_.SetGlobalCfg(global), ERROR_SUCCESS);
+    ExpectQuestion(IDNO);
+    const GlobalCfg_st sent = OpenAndSave([this] {
+        dialog_.Click(IDC_GLOBAL_VIRTUAL_MACHINE);
+        dialog_.Click(IDC_GLOBAL_EXPORT);
+        EXPECT_EQ(SentRecord().clearInputDelayMinimumMs, 300u);
+        while (CheckOf(IDC_GLOBAL_VIRTUAL_MACHINE) != BST_UNCHECKED)
+            dialog_.Click(IDC_GLOBAL_VIRTUAL_MACHINE);
+    });
+    EXPECT_EQ(sent.dropPartialBytes, 0u);
+    EXPECT_EQ(sent.clearInputDelayMinimumMs, 0u);
+}
+
 TEST_F(RegistryExport, AnOldRegReplacesWithoutBeingTold) {
     const ReplacedReg reg(L"cmd.exe /c exit 0");
     REPLACE_CALL(version, GetVersionExW, [](OSVERSIONINFOW* information) {
@@ -277,6 +295,7 @@ TEST_F(RegistryExport, StopsWhenSavingFails) {
 // The owner goes and takes the dialog with it while the message about the save is open.
 TEST_F(RegistryExport, ADialogThatIsGoneAfterTheSaveExportsNothing) {
     const ReplacedReg reg;
+    SetExportAfterFailedSave(true);
     Open([this] {
         ASSERT_EQ(driver_.FailNext(IOCTL_TAVIX_SetGlobalCfg, static_cast<int32_t>(0xC0000001)),
                   ERROR_SUCCESS);

@@ -401,6 +401,18 @@ TEST_F(PrefetchMode, LookedAtAndLeftKeepsTheClearingBox) {
               BytesOf(global));
 }
 
+// A list that the user closes with Escape may return to its earlier entry without a word.
+TEST_F(PrefetchMode, TakenBackInSilenceKeepsTheClearingBox) {
+    GlobalCfg_st global = {};
+    global.clearInputOnOpen = 1;
+    Store(global);
+    EXPECT_EQ(BytesOf(OpenAndSave([this] {
+                  dialog_.Select(IDC_GLOBAL_PREFETCH_MODE, 1);
+                  SendDlgItemMessageW(dialog_.window(), IDC_GLOBAL_PREFETCH_MODE, CB_SETCURSEL, 0, 0);
+              })),
+              BytesOf(global));
+}
+
 // ---- Default ----
 
 TEST_F(GlobalSettingsDialog, DefaultShowsTheDefaultsAndSendsNothing) {

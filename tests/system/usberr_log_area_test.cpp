@@ -488,7 +488,7 @@ TEST_F(UsberrLogAreaTest, APageThatClosesDuringTheQuestionDeletesNothing) {
         SetWindowLongPtrW(page, DWLP_USER, 0);  // as after the page's release
         box.Press(IDYES);
     });
-    ClearUsberrLog(page);
+    EXPECT_FALSE(ClearUsberrLog(page));
     EXPECT_EQ(modal_.boxes().size(), 1u);
     EXPECT_NE(GetFileAttributesW(path_), INVALID_FILE_ATTRIBUTES);
 }

@@ -98,6 +98,10 @@ bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noex
     return error == ERROR_SUCCESS;
 }
 
+DWORD ChangeFileLogging(HANDLE vbus, int32_t level, bool fresh) noexcept {
+    return ChangeLogging(vbus, level, fresh, false);
+}
+
 void FormatLogStatistics(const LogCfg_st& log, wchar_t (&text)[kLogStatisticsChars]) noexcept {
     // Multiplied as unsigned, so that a large watermark wraps around instead of overflowing.
     const int32_t hundredfold = static_cast<int32_t>(log.watermarkMaxReached * 100);

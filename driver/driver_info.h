@@ -35,6 +35,9 @@ bool IsFileLoggingOn() noexcept;
 // error as last error.
 bool tavo_EnableFileLogging(int32_t level, bool fresh, bool showStatistics) noexcept;
 
+// The same on an open Vbus and without any box. Returns a Windows error.
+DWORD ChangeFileLogging(HANDLE vbus, int32_t level, bool fresh) noexcept;
+
 // Enough for the largest numbers.
 inline constexpr int32_t kLogStatisticsChars = 300;
 void FormatLogStatistics(const LogCfg_st& log, wchar_t (&text)[kLogStatisticsChars]) noexcept;

@@ -17,11 +17,12 @@ UfAppErr ReadVcomCfg(HANDLE vbus, const DeviceName_st& name, VcomCfgReply_st& re
     return error == ERROR_SUCCESS ? UfAppErr_Success : UfAppErr_Unknown;
 }
 
-VcomCfgRequest_st MakeVcomCfgRequest(const DeviceName_st& name, const VcomCfg& cfg) {
+VcomCfgRequest_st MakeVcomCfgRequest(const DeviceName_st& name, std::wstring_view portName,
+                                     uint32_t lifemode) {
     VcomCfgRequest_st request = {};
     request.device = name;
-    request.lifemode = cfg.lifemode;
-    CopyBounded(request.portName, kPortNameChars, BoundedText(cfg.portName));
+    request.lifemode = lifemode;
+    CopyBounded(request.portName, kPortNameChars, portName);
     return request;
 }
 
@@ -66,10 +67,18 @@ UfAppErr tavo_SetVcomCfg(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const Vcom
     UfAppErr result = ReadVcomCfg(vbus.get(), name, present, global);
     if (result != UfAppErr_Success) return result;
 
-    result = WriteVcomCfg(vbus.get(), MakeVcomCfgRequest(name, cfg));
+    result = WriteVcomCfg(vbus.get(), MakeVcomCfgRequest(name, BoundedText(cfg.portName), cfg.lifemode));
     if (result != UfAppErr_Success) return result;
 
     global.bindMode = cfg.bindMode;
     global.serialNumberOnNames = cfg.serialNumberOnNames ? 1 : 0;
     return WriteGlobalCfg(vbus.get(), global);
+}
+
+UfAppErr SetVcomPortAndLifemode(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const wchar_t* portName,
+                                uint32_t lifemode) noexcept {
+    DeviceName_st name;
+    const FileHandle vbus = OpenVbusFor(deviceSet, device, name);
+    if (!vbus) return UfAppErr_VbusNotReady;
+    return WriteVcomCfg(vbus.get(), MakeVcomCfgRequest(name, portName, lifemode));
 }

@@ -28,3 +28,7 @@ UfAppErr tavo_GetVcomCfg(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, VcomCfgRep
 // others. UfAppErr_AccessDenied when the VCOM may not be written, UfAppErr_Unknown when a write fails for
 // another reason, otherwise the driver's result.
 UfAppErr tavo_SetVcomCfg(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const VcomCfg& cfg) noexcept;
+
+// Writes these two alone, without reading before. Results as above.
+UfAppErr SetVcomPortAndLifemode(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, const wchar_t* portName,
+                                uint32_t lifemode) noexcept;

@@ -4,9 +4,9 @@
 
 #include <setupapi.h>
 
+#include "driver/coinstaller_entry.h"
 #include "driver/device_kind.h"
 #include "pages/device_page.h"
-#include "proppages/coinstaller_entry.h"
 #include "ui/activation_context.h"
 
 namespace {

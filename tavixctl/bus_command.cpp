@@ -2,6 +2,8 @@
 #include "driver/driver_info.h"
 #include "driver/error_names.h"
 #include "driver/vbus.h"
+#include "driver/vbus_install.h"
+#include "tavixctl/answers.h"
 #include "tavixctl/commands.h"
 #include "tavixctl/devices.h"
 #include "tavixctl/exit_code.h"
@@ -29,7 +31,9 @@ std::string ErrorText(DWORD error) {
     return "WinErr=" + std::to_string(error) + "(" + Utf8(WinErrName(error)) + ")";
 }
 
-void ShowBus(const Output& output) {
+}  // namespace
+
+Answer AnswerBus() {
     Devices devices;
     const BusStatus status = ReadBusStatus();
     Json json = {{"ready", status.openError == ERROR_SUCCESS},
@@ -48,15 +52,29 @@ void ShowBus(const Output& output) {
         json["nodes"].push_back(ToJson(&bus));
         text += "Bus: " + Utf8(bus.instanceId) + ", " + StateText(&bus) + "\n";
     }
-    output.Show("bus", json, text);
+    return {"bus", json, text};
+}
+
+namespace {
+
+void CreateBus(const Output& output) {
+    SetLastError(ERROR_SUCCESS);
+    if (!EnsureVbusDevice(nullptr)) {
+        const DWORD error = GetLastError();
+        RequireSuccess(error != ERROR_SUCCESS ? error : DWORD{ERROR_GEN_FAILURE}, "creating the bus");
+    }
+    output.Show(AnswerBus());
 }
 
 }  // namespace
 
 void AddBusCommand(CLI::App& app, const Output& output) {
     CLI::App* command = app.add_subcommand("bus", "The virtual bus device and its driver");
+    command->footer("Examples:\n  tavixctl bus status\n  tavixctl bus create");
     command->require_subcommand(1);
     command->add_subcommand("status", "Show whether the driver is ready")->callback([&output] {
-        ShowBus(output);
+        output.Show(AnswerBus());
     });
+    command->add_subcommand("create", "Create and install the bus device when there is none")
+        ->callback([&output] { CreateBus(output); });
 }

@@ -4,6 +4,7 @@
 #include "driver/device_info.h"
 #include "driver/process_search.h"
 #include "driver/vcom_config.h"
+#include "tavixctl/answers.h"
 #include "tavixctl/commands.h"
 #include "tavixctl/devices.h"
 #include "tavixctl/exit_code.h"
@@ -16,8 +17,9 @@ std::string OrDash(const std::string& text) {
     return text.empty() ? "-" : text;
 }
 
-void List(const Output& output) {
-    Devices devices;
+}  // namespace
+
+Answer AnswerList(Devices& devices) {
     Json json = {{"devices", Json::array()}};
     Table table({"PORT", "HUID", "LIFEMODE", "VCOM", "USB DEVICE", "NAME", "USB INSTANCE ID"});
     for (const Device& device : devices.all()) {
@@ -27,8 +29,10 @@ void List(const Output& output) {
                    StateText(device.usb), Utf8(device.node().name),
                    device.usb != nullptr ? Utf8(device.usb->instanceId) : "-"});
     }
-    output.Show("list", json, devices.all().empty() ? "no devices\n" : table.Text());
+    return {"list", json, devices.all().empty() ? "no devices\n" : table.Text()};
 }
+
+namespace {
 
 // What the driver says of the device beyond the list; null where it did not answer.
 struct Details {
@@ -98,21 +102,23 @@ std::string ShownText(const Device& device, const Details& details) {
     return text + "\n" + Utf8(information);
 }
 
-void Show(const Output& output, const std::string& name) {
-    Devices devices;
-    Device& device = devices.Find(name);
-    const Details details = ReadDetails(device);
-    output.Show("show", {{"device", ToJson(device, details)}}, ShownText(device, details));
-}
-
 }  // namespace
+
+Answer AnswerShow(Device& device) {
+    const Details details = ReadDetails(device);
+    return {"show", {{"device", ToJson(device, details)}}, ShownText(device, details)};
+}
 
 void AddDeviceCommands(CLI::App& app, const Output& output) {
     app.add_subcommand("list", "List the devices: port, mapping, presence, problem")->callback([&output] {
-        List(output);
+        Devices devices;
+        output.Show(AnswerList(devices));
     });
     CLI::App* show = app.add_subcommand("show", "Show everything that is known of one device");
     auto name = std::make_shared<std::string>();
     show->add_option("DEVICE", *name)->required();
-    show->callback([&output, name] { Show(output, *name); });
+    show->callback([&output, name] {
+        Devices devices;
+        output.Show(AnswerShow(devices.Find(*name)));
+    });
 }

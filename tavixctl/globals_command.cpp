@@ -1,12 +1,17 @@
 // globals: the driver's settings for all devices.
+#include <cstring>
 #include <memory>
 
 #include "base/bounded_text.h"
+#include "driver/driver_info.h"
 #include "driver/global_cfg.h"
+#include "tavixctl/answers.h"
 #include "tavixctl/commands.h"
 #include "tavixctl/exit_code.h"
 #include "tavixctl/text.h"
 #include "tavixctl/words.h"
+#include "tools/global_fields.h"
+#include "tools/parameters_export.h"
 
 namespace {
 
@@ -72,7 +77,89 @@ std::string PreferredPorts(const GlobalCfg_st& cfg) {
     return Utf8(BoundedText(ports));
 }
 
-void Get(const Output& output, const std::string& name) {
+void SetPreferredPorts(GlobalCfg_st& cfg, const std::string& value) {
+    const std::wstring ports = Utf16(value);
+    if (ports.size() > kPreferredPortsChars)
+        throw Failure(ExitCode::kUsage,
+                      "port names take at most " + std::to_string(kPreferredPortsChars) + " characters");
+    wchar_t field[kPreferredPortsChars] = {};
+    std::copy(ports.begin(), ports.end(), field);
+    std::memcpy(reinterpret_cast<char*>(&cfg) + offsetof(GlobalCfg_st, preferredPorts), field, sizeof(field));
+}
+
+const Setting& FindSetting(const std::string& name) {
+    for (const Setting& setting : kSettings)
+        if (name == setting.name) return setting;
+    throw Failure(ExitCode::kUsage, "there is no setting \"" + name + "\"");
+}
+
+uint32_t ParseNumber(const Setting& setting, const std::string& value) {
+    const std::optional<uint32_t> number = NumberOf(setting.words, value);
+    for (const Word& word : setting.words)
+        if (number == word.number) return word.number;
+    throw Failure(ExitCode::kUsage,
+                  "\"" + value + "\" is no value of " + setting.name + ": " + AllWords(setting.words));
+}
+
+// A mode that discards the input clears it too; the driver then wants that flag off.
+void KeepClearingRule(const GlobalCfg_st& before, GlobalCfg_st& cfg) {
+    if (cfg.prefetchMode != kPrefetchAndDiscard) return;
+    if (cfg.prefetchMode != before.prefetchMode) {
+        cfg.clearInputOnOpen = 0;
+    } else if (before.clearInputOnOpen == 0 && cfg.clearInputOnOpen != 0) {
+        throw Failure(ExitCode::kConflict,
+                      "clear-input stays off while prefetch is \"discard\", which clears");
+    }
+}
+
+void Change(GlobalCfg_st& cfg, const std::string& name, const std::string& value) {
+    const GlobalCfg_st before = cfg;
+    if (name == kPreferredPortsName) return SetPreferredPorts(cfg, value);
+    const Setting& setting = FindSetting(name);
+    const uint32_t number = ParseNumber(setting, value);
+    if (setting.get(cfg) != number) setting.set(cfg, number);
+    KeepClearingRule(before, cfg);
+}
+
+// Settings that stay as they are are not sent.
+void Write(const GlobalCfg_st& before, const GlobalCfg_st& cfg) {
+    if (std::memcmp(&before, &cfg, sizeof(cfg)) == 0) return;
+    RequireUfSuccess(SetGlobalCfg(cfg), "writing the global settings");
+}
+
+void Set(const Output& output, const std::string& name, const std::string& value) {
+    const GlobalCfg_st before = Read();
+    GlobalCfg_st cfg = before;
+    Change(cfg, name, value);
+    Write(before, cfg);
+    output.Show(AnswerGlobals(name));
+}
+
+// What the dialog's button of that name chooses.
+void SetDefault(const Output& output) {
+    const GlobalCfg_st before = Read();
+    GlobalCfg_st cfg = before;
+    ApplyGlobalChoices(GlobalChoicesOf(before), DefaultGlobalChoices(), cfg);
+    Write(before, cfg);
+    output.Show(AnswerGlobals());
+}
+
+void Export(const Output& output, const std::string& file) {
+    wchar_t version[kDriverVersionTextChars];
+    DWORD error = ERROR_SUCCESS;
+    if (!GetDriverVersionText(nullptr, version, &error))
+        RequireSuccess(error, "reading the driver's version");
+    MarkParametersExport(version);
+    wchar_t command[kExportCommandChars];
+    FormatParametersExport(Utf16(file).c_str(), command);
+    if (!RunParametersExport(command))
+        throw Failure(ExitCode::kRequestFailed, "this command failed: " + Utf8(command));
+    output.Show({"globals-export", {{"file", file}}, "Exported to " + file + "\n"});
+}
+
+}  // namespace
+
+Answer AnswerGlobals(const std::string& name) {
     const GlobalCfg_st cfg = Read();
     Json json = {{"settings", Json::object()}, {"prefetchBufferBytes", cfg.prefetchBufferBytes}};
     Table table({"NAME", "VALUE", "MEANING"});
@@ -85,8 +172,41 @@ void Get(const Output& output, const std::string& name) {
         add(setting.name, WordOf(setting.words, setting.get(cfg)), setting.meaning);
     add(kPreferredPortsName, PreferredPorts(cfg), "port names for new VCOMs");
     if (json["settings"].empty()) throw Failure(ExitCode::kUsage, "there is no setting \"" + name + "\"");
-    output.Show("globals", json,
-                name.empty() ? table.Text() : json["settings"][name].get<std::string>() + "\n");
+    return {"globals", json, name.empty() ? table.Text() : json["settings"][name].get<std::string>() + "\n"};
+}
+
+namespace {
+
+std::string SettingsHelp() {
+    std::string text = "Settings:\n";
+    for (const Setting& setting : kSettings)
+        text += "  " + std::string(setting.name) + ": " + AllWords(setting.words) + "\n";
+    return text + "  " + kPreferredPortsName + ": port names with commas between them, \"\" for none\n";
+}
+
+void AddGet(CLI::App& globals, const Output& output) {
+    CLI::App* get = globals.add_subcommand("get", "Show all settings, or the value of one");
+    auto name = std::make_shared<std::string>();
+    get->add_option("NAME", *name);
+    get->callback([&output, name] { output.Show(AnswerGlobals(*name)); });
+}
+
+void AddSet(CLI::App& globals, const Output& output) {
+    CLI::App* set = globals.add_subcommand("set", "Change one setting, and nothing else");
+    auto name = std::make_shared<std::string>();
+    auto value = std::make_shared<std::string>();
+    set->add_option("NAME", *name)->required();
+    set->add_option("VALUE", *value)->required();
+    set->footer(SettingsHelp() + "\nExample:\n  tavixctl globals set lifemode persistent");
+    set->callback([&output, name, value] { Set(output, *name, *value); });
+}
+
+void AddExport(CLI::App& globals, const Output& output) {
+    CLI::App* command = globals.add_subcommand("export", "Save the driver's parameters as a registry file");
+    auto file = std::make_shared<std::string>();
+    command->add_option("FILE", *file)->required();
+    command->footer("Example:\n  tavixctl globals export tavix-global.reg");
+    command->callback([&output, file] { Export(output, *file); });
 }
 
 }  // namespace
@@ -94,8 +214,10 @@ void Get(const Output& output, const std::string& name) {
 void AddGlobalsCommand(CLI::App& app, const Output& output) {
     CLI::App* command = app.add_subcommand("globals", "The driver's settings for all devices");
     command->require_subcommand(1);
-    CLI::App* get = command->add_subcommand("get", "Show all settings, or the value of one");
-    auto name = std::make_shared<std::string>();
-    get->add_option("NAME", *name);
-    get->callback([&output, name] { Get(output, *name); });
+    AddGet(*command, output);
+    AddSet(*command, output);
+    AddExport(*command, output);
+    command->add_subcommand("default", "Set what the settings dialog calls the default")->callback([&output] {
+        SetDefault(output);
+    });
 }

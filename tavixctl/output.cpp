@@ -28,12 +28,6 @@ void Write(DWORD stream, std::string_view utf8) {
     WriteConsoleW(file, wide.c_str(), static_cast<DWORD>(wide.size()), &written, nullptr);
 }
 
-Json WithHead(const char* command, const Json& json) {
-    Json whole = {{"schema", kSchemaVersion}, {"command", command}};
-    whole.update(json);
-    return whole;
-}
-
 }  // namespace
 
 void WriteOutput(std::string_view utf8) {
@@ -45,12 +39,16 @@ void WriteError(std::string_view utf8) {
 }
 
 // Texts of devices and drivers may hold half a surrogate pair; it is replaced, not refused.
-void Output::Show(const char* command, const Json& json, std::string_view text) const {
-    if (!isJson) return WriteOutput(text);
-    WriteOutput(WithHead(command, json).dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+std::string JsonText(const Answer& answer, int indent) {
+    Json whole = {{"schema", kSchemaVersion}, {"command", answer.command}};
+    whole.update(answer.json);
+    return whole.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-void Output::ShowLine(const char* command, const Json& json, std::string_view text) const {
-    if (!isJson) return WriteOutput(text);
-    WriteOutput(WithHead(command, json).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+void Output::Show(const Answer& answer) const {
+    WriteOutput(isJson ? JsonText(answer) : answer.text);
+}
+
+void Output::ShowLine(const Answer& answer) const {
+    WriteOutput(isJson ? JsonText(answer, -1) : answer.text);
 }

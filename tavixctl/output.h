@@ -14,12 +14,22 @@ using Json = nlohmann::ordered_json;
 void WriteOutput(std::string_view utf8);
 void WriteError(std::string_view utf8);
 
+// The same for people and for programs.
+struct Answer {
+    const char* command;  // as the JSON names it
+    Json json;
+    std::string text;
+};
+
+// As --json prints it: with the schema's version and the command's name in front, and a line end. An indent
+// of -1 puts all of it on one line.
+std::string JsonText(const Answer& answer, int indent = 2);
+
 class Output {
   public:
     bool isJson = false;
 
-    // One result: the JSON, with the schema's version and the command's name in front, or the text.
-    void Show(const char* command, const Json& json, std::string_view text) const;
-    // The same for one of many results, on one line of JSON.
-    void ShowLine(const char* command, const Json& json, std::string_view text) const;
+    void Show(const Answer& answer) const;
+    // For one of many answers: one line of JSON.
+    void ShowLine(const Answer& answer) const;
 };

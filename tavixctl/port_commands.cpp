@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "driver/vcom_config.h"
+#include "tavixctl/answers.h"
 #include "tavixctl/commands.h"
 #include "tavixctl/devices.h"
 #include "tavixctl/exit_code.h"
@@ -52,8 +53,9 @@ std::string HolderWord(const Port& port) {
     return WordOf(kPortStateWords, port.state);
 }
 
-void ShowPorts(const Output& output, bool isTakenOnly) {
-    Devices devices;
+}  // namespace
+
+Answer AnswerPorts(Devices& devices, bool isTakenOnly) {
     Json json = {{"ports", Json::array()}};
     Table table({"PORT", "HELD BY", "HUID", "DEVICE"});
     for (const Port& port : ReadPorts(devices)) {
@@ -67,17 +69,19 @@ void ShowPorts(const Output& output, bool isTakenOnly) {
                                  {"name", port.holder != nullptr ? Json(name) : Json(nullptr)}});
         table.Add({port.name, HolderWord(port), huid, name});
     }
-    output.Show("ports", json, table.Text());
+    return {"ports", json, table.Text()};
 }
-
-}  // namespace
 
 void AddPortCommands(CLI::App& app, const Output& output) {
     CLI::App* command = app.add_subcommand("ports", "Show who holds each of COM1 to COM128");
     command->footer(
         "Held by: free; ours, ours-unplugged (\"tavixctl forget\" frees the port); present (another\n"
-        "COM port device); other-provider (marked in the system's COM database).");
+        "COM port device); other-provider (marked in the system's COM database).\n\n"
+        "Examples:\n  tavixctl ports --taken\n  tavixctl ports --json");
     auto isTakenOnly = std::make_shared<bool>(false);
     command->add_flag("--taken", *isTakenOnly, "leave the free ones out");
-    command->callback([&output, isTakenOnly] { ShowPorts(output, *isTakenOnly); });
+    command->callback([&output, isTakenOnly] {
+        Devices devices;
+        output.Show(AnswerPorts(devices, *isTakenOnly));
+    });
 }

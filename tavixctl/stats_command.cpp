@@ -4,6 +4,7 @@
 #include "base/time_text.h"
 #include "driver/flowpath_report.h"
 #include "driver/vbus.h"
+#include "tavixctl/answers.h"
 #include "tavixctl/commands.h"
 #include "tavixctl/devices.h"
 #include "tavixctl/exit_code.h"
@@ -20,17 +21,17 @@ struct StatsArguments {
     uint32_t count = 0;
 };
 
-struct Answer {
+struct Sample {
     FlowpathStat_st stat = {};
     uint32_t tick = 0;
 };
 
-Answer Ask(Node& node) {
-    Answer answer;
-    answer.tick = time_tick_ms();
-    RequireSuccess(DeviceQuery(node.set, &node.element, IOCTL_TAVIX_GetFlowpathStat, answer.stat),
+Sample Ask(Node& node) {
+    Sample sample;
+    sample.tick = time_tick_ms();
+    RequireSuccess(DeviceQuery(node.set, &node.element, IOCTL_TAVIX_GetFlowpathStat, sample.stat),
                    "IOCTL_TAVIX_GetFlowpathStat");
-    return answer;
+    return sample;
 }
 
 // Null without an earlier answer or time between the two.
@@ -39,10 +40,10 @@ Json PerSecond(uint64_t now, uint64_t before, uint32_t elapsedMs) {
     return now < before ? 0 : (now - before) * 1000 / elapsedMs;
 }
 
-Json ToJson(const Answer& answer, const Answer* before) {
-    const FlowpathStat_st& stat = answer.stat;
+Json ToJson(const Sample& sample, const Sample* before) {
+    const FlowpathStat_st& stat = sample.stat;
     const FlowpathStat_st& earlier = before != nullptr ? before->stat : stat;
-    const uint32_t elapsedMs = before != nullptr ? answer.tick - before->tick : 0;
+    const uint32_t elapsedMs = before != nullptr ? sample.tick - before->tick : 0;
     const FlowpathImbalance imbalance = FindFlowpathImbalance(stat);
     return {{"createdUnixMs", stat.creationUemsec},
             {"upstream",
@@ -82,36 +83,35 @@ Json ToJson(const Answer& answer, const Answer* before) {
             {"blindRun", stat.blindRun != 0}};
 }
 
-std::string ToText(const Node& node, const Answer& answer, const Answer* before) {
-    const Answer& earlier = before != nullptr ? *before : answer;
+std::string ToText(const Node& node, const Sample& sample, const Sample* before) {
+    const Sample& earlier = before != nullptr ? *before : sample;
     wchar_t text[kTextChars];
     FormatFlowpathReport(
-        {node.name.c_str(), L"", answer.stat, earlier.stat, static_cast<int32_t>(answer.tick - earlier.tick)},
+        {node.name.c_str(), L"", sample.stat, earlier.stat, static_cast<int32_t>(sample.tick - earlier.tick)},
         text, kTextChars);
     std::string shown = Utf8(text);
     if (shown.empty() || shown.back() != '\n') shown += '\n';
     return shown;
 }
 
-void Stats(const Output& output, const StatsArguments& arguments) {
-    Devices devices;
-    Node& node = devices.Find(arguments.device).node();
-    if (!arguments.follows) {
-        const Answer answer = Ask(node);
-        output.Show("stats", ToJson(answer, nullptr), ToText(node, answer, nullptr));
-        return;
-    }
-    std::optional<Answer> before;
+void Follow(const Output& output, const StatsArguments& arguments, Node& node) {
+    std::optional<Sample> before;
     for (uint32_t shown = 0; arguments.count == 0 || shown < arguments.count; ++shown) {
         if (shown != 0) Sleep(arguments.intervalMs);
-        const Answer answer = Ask(node);
-        const Answer* earlier = before ? &*before : nullptr;
-        output.ShowLine("stats", ToJson(answer, earlier), ToText(node, answer, earlier) + "\n");
-        before = answer;
+        const Sample sample = Ask(node);
+        const Sample* earlier = before ? &*before : nullptr;
+        output.ShowLine({"stats", ToJson(sample, earlier), ToText(node, sample, earlier) + "\n"});
+        before = sample;
     }
 }
 
 }  // namespace
+
+Answer AnswerStats(Device& device) {
+    Node& node = device.node();
+    const Sample sample = Ask(node);
+    return {"stats", ToJson(sample, nullptr), ToText(node, sample, nullptr)};
+}
 
 void AddStatsCommand(CLI::App& app, const Output& output) {
     CLI::App* command = app.add_subcommand("stats", "Show the data flow through a device");
@@ -123,5 +123,13 @@ void AddStatsCommand(CLI::App& app, const Output& output) {
         ->capture_default_str()
         ->needs(follow);
     command->add_option("--count", arguments->count, "stop after so many answers")->needs(follow);
-    command->callback([&output, arguments] { Stats(output, *arguments); });
+    command->footer("Examples:\n  tavixctl stats COM7\n  tavixctl stats COM7 --follow --interval 500 --json");
+    command->callback([&output, arguments] {
+        Devices devices;
+        Device& device = devices.Find(arguments->device);
+        if (arguments->follows)
+            Follow(output, *arguments, device.node());
+        else
+            output.Show(AnswerStats(device));
+    });
 }

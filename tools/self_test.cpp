@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr DWORD kPathChars = 260;
 constexpr int32_t kMessageChars = 260;
 constexpr wchar_t kTitle[] = L"TAVIX Self test";
 
@@ -15,25 +14,13 @@ void ShowResult(const wchar_t* text, const wchar_t* title, UINT style) {
     MessageBoxW(nullptr, text, title, style);
 }
 
-void ReportOffline(const wchar_t* expected) {
-    if (expected[0] == L'\0') {
-        ShowResult(L"Usb device is offline. Test result OK", kTitle, 0);
-    } else {
-        ShowResult(L"Usb device is offline, but we get fake report.", kTitle, MB_ICONERROR);
-    }
-}
-
-void ReportFailure(int code) {
+void ShowFailure(int code) {
     wchar_t text[kMessageChars];
     xfmt(text, kMessageChars, L"testapi_UsbdDevinstId() test fail(%d)! Please check reason.", code);
     ShowResult(text, L"Self test", MB_ICONERROR);  // the shorter title is meant
 }
 
-void ReportAnswer(const wchar_t* expected, const wchar_t* answer) {
-    if (EqualsIgnoringCase(expected, answer)) {
-        ShowResult(L"testapi_UsbdDevinstPath() test ok.", kTitle, MB_ICONINFORMATION);
-        return;
-    }
+void ShowMismatch(const wchar_t* expected, const wchar_t* answer) {
     wchar_t text[kMessageChars];
     xfmt(text, kMessageChars,
          L"testapi_UsbdDevinstPath() test fail! Usb DevinstId not match!\n  Expect: %s\n  Got: %s\n",
@@ -43,21 +30,51 @@ void ReportAnswer(const wchar_t* expected, const wchar_t* answer) {
 
 }  // namespace
 
-void SelfTestUsbdDevinstPath(const wchar_t* vcomInstancePath,
+SelfTest TestUsbdDevinstPath(const wchar_t* vcomInstancePath,
                              const wchar_t* expectedUsbdInstancePath) noexcept {
-    wchar_t answer[kPathChars];
-    const int code = QueryUsbdDevinstPath(vcomInstancePath, answer, kPathChars);
-    switch (code) {
+    SelfTest test = {};
+    test.code = QueryUsbdDevinstPath(vcomInstancePath, test.answer, kSelfTestPathChars);
+    switch (test.code) {
         case UfAppErr_Success:
-            ReportAnswer(expectedUsbdInstancePath, answer);
-            break;
+            test.outcome = EqualsIgnoringCase(expectedUsbdInstancePath, test.answer)
+                               ? SelfTestOutcome::kPassed
+                               : SelfTestOutcome::kMismatch;
+            return test;
         case UfAppErr_VbusNotReady:
+            test.outcome = SelfTestOutcome::kNothingToTest;
             break;
         case UfAppErr_NoVcomYet:
-            ReportOffline(expectedUsbdInstancePath);
+            test.outcome = expectedUsbdInstancePath[0] == L'\0' ? SelfTestOutcome::kOffline
+                                                                : SelfTestOutcome::kFakeReport;
             break;
         default:
-            ReportFailure(code);
+            test.outcome = SelfTestOutcome::kFailed;
+            break;
+    }
+    test.answer[0] = L'\0';
+    return test;
+}
+
+void SelfTestUsbdDevinstPath(const wchar_t* vcomInstancePath,
+                             const wchar_t* expectedUsbdInstancePath) noexcept {
+    const SelfTest test = TestUsbdDevinstPath(vcomInstancePath, expectedUsbdInstancePath);
+    switch (test.outcome) {
+        case SelfTestOutcome::kNothingToTest:
+            break;
+        case SelfTestOutcome::kPassed:
+            ShowResult(L"testapi_UsbdDevinstPath() test ok.", kTitle, MB_ICONINFORMATION);
+            break;
+        case SelfTestOutcome::kOffline:
+            ShowResult(L"Usb device is offline. Test result OK", kTitle, 0);
+            break;
+        case SelfTestOutcome::kFakeReport:
+            ShowResult(L"Usb device is offline, but we get fake report.", kTitle, MB_ICONERROR);
+            break;
+        case SelfTestOutcome::kMismatch:
+            ShowMismatch(expectedUsbdInstancePath, test.answer);
+            break;
+        case SelfTestOutcome::kFailed:
+            ShowFailure(test.code);
             break;
     }
 }

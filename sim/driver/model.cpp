@@ -112,6 +112,15 @@ SimDevice* FindByName(const DeviceName_st& name) {
     });
 }
 
+SimDevice* FindByLostVcom(const DeviceName_st& name) {
+    return FindDevice([&](const SimDevice& device) {
+        if (device.plugged || device.vcom != nullptr) return false;
+        TextBuilder<kSimIdChars> vcomId;
+        vcomId.Add(kVcomPrefix).Add(device.huid);
+        return IsTailOf(vcomId.get(), name);
+    });
+}
+
 SimDevice* AddDevice(const wchar_t* instanceId, size_t idChars) {
     for (SimDevice& device : g_model.devices) {
         if (device.known) continue;

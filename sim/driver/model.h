@@ -66,6 +66,9 @@ SimDevice* FindByVcomInstanceId(const wchar_t* instanceId, size_t idChars);
 // A device-name field means a device by its Huid, by the tail of its instance ID or by that of its VCOM.
 SimDevice* FindByName(const DeviceName_st& name);
 
+// The same by the tail of the instance ID that the VCOM of an unplugged device had.
+SimDevice* FindByLostVcom(const DeviceName_st& name);
+
 // Null when every slot is taken.
 SimDevice* AddDevice(const wchar_t* instanceId, size_t idChars);
 

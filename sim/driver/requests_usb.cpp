@@ -32,10 +32,15 @@ NTSTATUS GetVcomOpenerPid(RequestCall& call) {
 }
 
 // The installer is about to remove a device node. Without the USB device's node or its own, the VCOM goes.
+// The node that an unplugged device has left goes with its port.
 NTSTATUS RemoveDevice(RequestCall& call) {
     ++g_model.removeRequests;
-    SimDevice* device = FindByName(call.Input<DeviceName_st>());
-    if (device != nullptr) DetachVcom(*device);
+    const auto& name = call.Input<DeviceName_st>();
+    if (SimDevice* device = FindByName(name)) {
+        DetachVcom(*device);
+    } else if (SimDevice* unplugged = FindByLostVcom(name)) {
+        RtlZeroMemory(unplugged, sizeof(*unplugged));
+    }
     return STATUS_SUCCESS;
 }
 

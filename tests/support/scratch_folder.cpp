@@ -8,6 +8,29 @@ namespace {
 
 int g_made = 0;
 
+std::vector<std::wstring> EntriesOf(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE) return names;
+    do {
+        const std::wstring name = found.cFileName;
+        if (name != L"." && name != L"..") names.push_back(name);
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    return names;
+}
+
+bool DeleteTree(const std::wstring& folder) {
+    for (const std::wstring& name : EntriesOf(folder)) {
+        const std::wstring path = folder + L"\\" + name;
+        SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        if (!DeleteFileW(path.c_str())) DeleteTree(path);
+    }
+    SetFileAttributesW(folder.c_str(), FILE_ATTRIBUTE_NORMAL);
+    return RemoveDirectoryW(folder.c_str()) != FALSE;
+}
+
 }  // namespace
 
 ScratchFolder::ScratchFolder(const std::wstring& name) {
@@ -18,23 +41,9 @@ ScratchFolder::ScratchFolder(const std::wstring& name) {
 }
 
 ScratchFolder::~ScratchFolder() {
-    for (const std::wstring& name : Entries()) {
-        SetFileAttributesW(File(name).c_str(), FILE_ATTRIBUTE_NORMAL);
-        if (!DeleteFileW(File(name).c_str())) RemoveDirectoryW(File(name).c_str());
-    }
-    SetFileAttributesW(path_.c_str(), FILE_ATTRIBUTE_NORMAL);
-    EXPECT_TRUE(RemoveDirectoryW(path_.c_str())) << "error " << GetLastError();
+    EXPECT_TRUE(DeleteTree(path_)) << "error " << GetLastError();
 }
 
 std::vector<std::wstring> ScratchFolder::Entries() const {
-    std::vector<std::wstring> names;
-    WIN32_FIND_DATAW found = {};
-    const HANDLE search = FindFirstFileW(File(L"*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE) return names;
-    do {
-        const std::wstring name = found.cFileName;
-        if (name != L"." && name != L"..") names.push_back(name);
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
-    return names;
+    return EntriesOf(path_);
 }

@@ -391,6 +391,14 @@ TEST_F(SimUsb, RemoveNoticeTakesTheVcomAway) {
     EXPECT_EQ(info.removeRequests, 1u);
 }
 
+TEST_F(SimUsb, RemoveNoticeForTheNodeOfAnUnpluggedPortFreesItsNumber) {
+    const SimDeviceState_st device = Plug();
+    ASSERT_EQ(driver_.Unplug(device.instanceId), ERROR_SUCCESS);
+    const std::wstring name = L"Qrv_vcom\\" + std::wstring(device.huid);
+    ASSERT_EQ(Order(IOCTL_TAVIX_RemoveDevice, name.c_str()), ERROR_SUCCESS);
+    EXPECT_FALSE(driver_.FindDevice(device.instanceId));
+}
+
 TEST_F(SimUsb, DangleVcomsHaveNoUsbDevice) {
     for (uint32_t index = 0; index < 2; ++index)
         ASSERT_EQ(Request(IOCTL_TAVIX_CreateDangleVcom, &index, sizeof(index), nullptr, 0), ERROR_SUCCESS);

@@ -1,82 +1,13 @@
-// The command line against the simulated driver: what each command prints for people and for programs, and
-// how it ends.
-#include <fstream>
+// The command line against the simulated driver: what the reading commands print for people and for
+// programs, and how they end.
 #include <sstream>
 
-#include <nlohmann/json.hpp>
-
 #include "driver/flowpath_report.h"
-#include "tests/support/wait_until.h"
-#include "tests/system/access_fixture.h"
-#include "tests/system/json_schema.h"
-#include "tests/system/run_program.h"
+#include "tests/system/tavixctl_fixture.h"
 
 namespace {
 
 using nlohmann::json;
-
-// As docs/automation.md lists them.
-constexpr DWORD kSuccess = 0;
-constexpr DWORD kRequestFailed = 1;
-constexpr DWORD kUsage = 2;
-constexpr DWORD kNoSuchDevice = 3;
-constexpr DWORD kDriverNotReady = 6;
-
-RunResult RunCtl(const std::wstring& arguments) {
-    return RunProgram(TAVIX_CTL, arguments);
-}
-
-const json& Schema() {
-    static const json s_schema = json::parse(std::ifstream(TAVIX_CTL_SCHEMA));
-    return s_schema;
-}
-
-class Tavixctl : public DriverAccessTest {
-  protected:
-    void SetUp() override {
-        DriverAccessTest::SetUp();
-        vcom_.SetTextProperty(SPDRP_FRIENDLYNAME, L"TAVIX Scanner (COM5)");
-        usbd_.SetTextProperty(SPDRP_FRIENDLYNAME, L"Scanner");
-        usbd_.StoreValue(L"NowHuid", REG_SZ, kHuid, sizeof(kHuid));
-        ASSERT_EQ(driver_.SetPresence(UsbdId(), true, 0), ERROR_SUCCESS);
-    }
-    void TearDown() override {
-        usbd_.DeleteValue(L"NowHuid");
-        DriverAccessTest::TearDown();
-    }
-
-    // Runs the command with --json and checks the answer against the schema.
-    static json RunJson(const std::wstring& arguments) {
-        const RunResult result = RunCtl(arguments + L" --json");
-        EXPECT_EQ(result.exitCode, kSuccess) << result.errors;
-        EXPECT_EQ(result.errors, "");
-        const json value = json::parse(result.output, nullptr, false);
-        EXPECT_EQ(CheckJson(Schema(), value), "") << result.output;
-        return value;
-    }
-    // Other tests' devices, which are gone, may be listed too.
-    static json ListedDevice() {
-        const json list = RunJson(L"list");
-        for (const json& device : list["devices"])
-            if (device["huid"] == "7&AC") return device;
-        ADD_FAILURE() << "the device is not listed";
-        return {};
-    }
-    static std::string RunText(const std::wstring& arguments) {
-        const RunResult result = RunCtl(arguments);
-        EXPECT_EQ(result.exitCode, kSuccess) << result.errors;
-        EXPECT_EQ(result.errors, "");
-        return result.output;
-    }
-    static void ExpectFailure(const std::wstring& arguments, DWORD exitCode, const std::string& message) {
-        for (const wchar_t* format : {L"", L" --json"}) {
-            const RunResult result = RunCtl(arguments + format);
-            EXPECT_EQ(result.exitCode, exitCode);
-            EXPECT_EQ(result.output, "");
-            EXPECT_EQ(result.errors, "tavixctl: " + message + "\n");
-        }
-    }
-};
 
 TEST(CheckJson, FindsWhatASchemaForbids) {
     const json schema =
@@ -313,8 +244,21 @@ TEST_F(Tavixctl, HelpIsNotAnError) {
     const RunResult help = RunCtl(L"--help");
     EXPECT_EQ(help.exitCode, kSuccess);
     EXPECT_EQ(help.errors, "");
-    for (const char* text : {"list", "ports", "stats", "errors", "log", "bus", "globals", "Exit codes"})
+    for (const char* text :
+         {"list", "show", "ports", "set-port", "set-lifemode", "forget", "stats", "errors", "tweak", "log",
+          "bus", "globals", "self-test", "report", "completion", "Exit codes"})
         EXPECT_NE(help.output.find(text), std::string::npos) << text;
+}
+
+TEST_F(Tavixctl, EveryCommandHasHelpWithAnExample) {
+    for (const wchar_t* command :
+         {L"ports", L"set-port", L"set-lifemode", L"forget", L"stats", L"errors", L"tweak", L"log on", L"bus",
+          L"globals set", L"globals export", L"self-test", L"report", L"completion"}) {
+        const RunResult help = RunCtl(std::wstring(command) + L" --help");
+        EXPECT_EQ(help.exitCode, kSuccess);
+        EXPECT_NE(help.output.find("Example"), std::string::npos) << help.output;
+        EXPECT_NE(help.output.find("  tavixctl "), std::string::npos);
+    }
 }
 
 TEST_F(Tavixctl, WrongUsageHasAnExitCodeOfItsOwn) {
@@ -334,8 +278,7 @@ TEST_F(Tavixctl, ReadingSendsNoWriteRequest) {
     std::vector<LoggedRequest> requests;
     ASSERT_EQ(driver_.ReadRequests(requests), ERROR_SUCCESS);
     EXPECT_FALSE(requests.empty());
-    for (const LoggedRequest& request : requests)
-        EXPECT_EQ(request.record.code >> 14 & 3 & kTavixWriteAccess, 0u) << request.record.code;
+    EXPECT_EQ(WriteRequests(), std::vector<uint32_t>{});
 }
 
 }  // namespace

@@ -213,4 +213,14 @@ TEST_F(VcomConfig, SettingsThatDidNotComeWholeAreNeverSentBack) {
     EXPECT_THAT(fake_.RequestCodes(), ElementsAre(IOCTL_TAVIX_GetVcomCfg, IOCTL_TAVIX_GetGlobalCfg));
 }
 
+TEST_F(VcomConfig, PortAndLifemodeAreWrittenAlone) {
+    EXPECT_EQ(SetVcomPortAndLifemode(fake_.deviceSet(), fake_.device(), L"COM9", kLifemodePersistent),
+              UfAppErr_Success);
+    EXPECT_THAT(fake_.RequestCodes(), ElementsAre(IOCTL_TAVIX_SetVcomCfg));
+    const VcomCfgRequest_st request = {DeviceNameFromText(L"Qrv_vcom\\1&2"), kLifemodePersistent, L"COM9"};
+    EXPECT_EQ(fake_.requests[0].input, BytesOfRecord(request));
+    fake_.hasInterface = false;
+    EXPECT_EQ(SetVcomPortAndLifemode(fake_.deviceSet(), fake_.device(), L"COM9", 0), UfAppErr_VbusNotReady);
+}
+
 }  // namespace

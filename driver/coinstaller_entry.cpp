@@ -1,4 +1,4 @@
-#include "proppages/coinstaller_entry.h"
+#include "driver/coinstaller_entry.h"
 
 #include <string_view>
 

@@ -25,7 +25,9 @@ bool ThemeIsAppThemed() noexcept {
 HPAINTBUFFER ThemeBeginBufferedPaint(HDC target, const RECT* area, BP_BUFFERFORMAT format,
                                      BP_PAINTPARAMS* params, HDC* paint) noexcept {
     const auto function = g_beginBufferedPaint.get();
-    return function != nullptr ? function(target, area, format, params, paint) : nullptr;
+    // What cannot be ended is not begun.
+    if (function == nullptr || g_endBufferedPaint.get() == nullptr) return nullptr;
+    return function(target, area, format, params, paint);
 }
 
 HRESULT ThemeGetBufferedPaintBits(HPAINTBUFFER buffer, RGBQUAD** bits, int* rowPixels) noexcept {

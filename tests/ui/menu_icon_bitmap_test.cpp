@@ -316,7 +316,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ThemeFailureRow{"NoBufferedPaintingAtAll", "BeginBufferedPaint", nullptr, -10},
                     ThemeFailureRow{"NoBits", "GetBufferedPaintBits", AsFarProc(NoBits), -8},
                     ThemeFailureRow{"BitsMissing", "GetBufferedPaintBits", nullptr, -8},
-                    ThemeFailureRow{"NoEnd", "EndBufferedPaint", AsFarProc(EndFails), -4}),
+                    ThemeFailureRow{"NoEnd", "EndBufferedPaint", AsFarProc(EndFails), -4},
+                    ThemeFailureRow{"EndMissing", "EndBufferedPaint", nullptr, -10}),
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(MenuIcons, EachFailingCallOfTheThemedWayHasItsCodeAndLeavesNothing) {

@@ -55,10 +55,17 @@ constexpr AnchorRow kAnchors[] = {
     {IDC_GLOBAL_HELP, {0, 0, 100, 100}},
 };
 
+bool FillList(HWND dialog, const GlobalListField& list) {
+    for (const wchar_t* entry : list.entries)
+        if (SendDlgItemMessageW(dialog, list.controlId, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry)) < 0)
+            return false;
+    return true;
+}
+
+// A list with a hole would show and save a neighbor of the choice: then it stays empty.
 void FillLists(HWND dialog) {
     for (const GlobalListField& list : kGlobalLists)
-        for (const wchar_t* entry : list.entries)
-            SendDlgItemMessageW(dialog, list.controlId, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(entry));
+        if (!FillList(dialog, list)) SendDlgItemMessageW(dialog, list.controlId, CB_RESETCONTENT, 0, 0);
 }
 
 std::string_view HelpText() {

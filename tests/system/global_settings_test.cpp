@@ -223,6 +223,26 @@ INSTANTIATE_TEST_SUITE_P(Rows, GlobalList,
                                          SwitchRow{"Datapipe", IDC_GLOBAL_DATAPIPE_LIFEMODE, 36, 3}),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST_F(GlobalSettingsDialog, AListWithoutRoomForAnEntryStaysEmptyAndKeepsItsSetting) {
+    int entries = 0;
+    REPLACE_CALL(add, SendDlgItemMessageW,
+                 [&](HWND dialog, int id, UINT message, WPARAM wParam, LPARAM lParam) {
+                     if (message == CB_ADDSTRING && ++entries == 2) return LRESULT{CB_ERRSPACE};
+                     return SendDlgItemMessageW(dialog, id, message, wParam, lParam);
+                 });
+    GlobalCfg_st global = SampleRecord();
+    global.newVcomLifemode = kLifemodeFriendly;
+    Store(global);
+    EXPECT_EQ(BytesOf(OpenAndSave([&] {
+                  for (const int list : {IDC_GLOBAL_NEW_VCOM_LIFEMODE, IDC_GLOBAL_PREFETCH_MODE,
+                                         IDC_GLOBAL_DATAPIPE_LIFEMODE}) {
+                      const LRESULT count = SendMessageW(dialog_.Control(list), CB_GETCOUNT, 0, 0);
+                      EXPECT_TRUE(count == 0 || count >= 3) << count << " entries";
+                  }
+              })),
+              BytesOf(global));
+}
+
 // ---- the virtual machine's box ----
 
 class VirtualMachineBox : public GlobalSettingsDialog {

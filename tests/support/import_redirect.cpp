@@ -72,6 +72,15 @@ ImportRedirect::ImportRedirect(HMODULE module, const char* dll, const char* func
     if (slots_.empty()) ADD_FAILURE() << function << " is not imported by the module under test";
 }
 
+ImportRedirect::ImportRedirect(HMODULE module, const ReplacementOf& replacementOf) {
+    for (const ImportSlot& slot : ImportSlots(OrTestProgram(module))) {
+        void* const replacement = replacementOf(slot.function, *slot.address);
+        if (replacement == nullptr) continue;
+        slots_.push_back({slot.address, *slot.address});
+        WriteSlot(slot.address, replacement);
+    }
+}
+
 ImportRedirect::~ImportRedirect() {
     for (const Slot& slot : slots_)
         WriteSlot(slot.address, slot.previous);
@@ -81,6 +90,13 @@ DWORD ThreadIdWithoutCalls() {
     DWORD id;
     __asm__("movl %%gs:0x48, %0" : "=r"(id));
     return id;
+}
+
+std::vector<std::string> ImportedFunctions(HMODULE module) {
+    std::vector<std::string> names;
+    for (const ImportSlot& slot : ImportSlots(OrTestProgram(module)))
+        names.emplace_back(slot.function);
+    return names;
 }
 
 void* ImportedFunction(HMODULE module, const char* function) {

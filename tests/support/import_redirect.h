@@ -17,6 +17,9 @@
 class ImportRedirect {
   public:
     ImportRedirect(HMODULE module, const char* dll, const char* function, void* replacement);
+    // Every import that `replacementOf` has one for; it is asked with the function's name and address.
+    using ReplacementOf = std::function<void*(const char* function, void* real)>;
+    ImportRedirect(HMODULE module, const ReplacementOf& replacementOf);
     ~ImportRedirect();
     ImportRedirect(const ImportRedirect&) = delete;
     ImportRedirect& operator=(const ImportRedirect&) = delete;
@@ -30,6 +33,9 @@ class ImportRedirect {
     };
     std::vector<Slot> slots_;
 };
+
+// Every function that `module` imports by name.
+std::vector<std::string> ImportedFunctions(HMODULE module);
 
 // Where `module` (null: the test program) finds the function now; null when it does not import it.
 void* ImportedFunction(HMODULE module, const char* function);

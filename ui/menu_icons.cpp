@@ -35,16 +35,17 @@ void ShareCheckColumn(HMENU menu) noexcept {
     SetMenuInfo(menu, &info);
 }
 
-HBITMAP ItemBitmap(HMENU menu, UINT item) noexcept {
+// Of an item that does not answer, the one that it was given.
+HBITMAP ItemBitmap(HMENU menu, const MenuIconItem& item) noexcept {
     MENUITEMINFOW info = {};
     info.cbSize = sizeof(info);
     info.fMask = MIIM_BITMAP;
-    return GetMenuItemInfoW(menu, item, FALSE, &info) ? info.hbmpItem : nullptr;
+    return GetMenuItemInfoW(menu, item.id, FALSE, &info) ? info.hbmpItem : item.bitmap;
 }
 
 // The item's bitmap is removed first, so that a menu that lives on does not draw a deleted one.
 void DeleteThemedBitmap(HMENU menu, const MenuIconItem& item) noexcept {
-    const HBITMAP bitmap = ItemBitmap(menu, item.id);
+    const HBITMAP bitmap = ItemBitmap(menu, item);
     if (bitmap == nullptr) return;
     MENUITEMINFOW info = {};
     info.cbSize = sizeof(info);

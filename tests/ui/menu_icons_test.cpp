@@ -76,6 +76,20 @@ TEST_F(MenuIcons, AThemedMenuShowsItsIconsAndDeletesThemAfterwards) {
     EXPECT_EQ(items_[0].bitmap, nullptr);
 }
 
+TEST_F(MenuIcons, TheBitmapOfAnItemThatDoesNotAnswerIsDeletedToo) {
+    HBITMAP bitmap = nullptr;
+    REPLACE_CALL(track, TrackPopupMenuEx, [&](HMENU, UINT, int, int, HWND, TPMPARAMS*) {
+        bitmap = items_[0].bitmap;
+        return FALSE;
+    });
+    REPLACE_CALL(ask, GetMenuItemInfoW, [](HMENU, UINT, BOOL, MENUITEMINFOW*) { return FALSE; });
+    int32_t error = 99;
+    EXPECT_EQ(Track(false, &error), 0);
+    EXPECT_EQ(error, 0);
+    ASSERT_NE(bitmap, nullptr);
+    EXPECT_EQ(GetObjectType(bitmap), 0u);
+}
+
 struct LoaderRow {
     const char* name;
     FARPROC loader;

@@ -67,6 +67,10 @@ class Torture {
     // The user has asked for this request, although the undisturbed flow finds nothing to write.
     void AllowWrite(uint32_t code) { allowed_.insert(code); }
     void ExpectGlobalsUnchanged();
+    // The bus refused to be opened for writing, which the module remembers until it is unloaded.
+    bool WasWritingDenied() const {
+        return met_ && mishap_.function == "CreateFileW" && mishap_.code == ERROR_ACCESS_DENIED;
+    }
     void Expect(bool holds, const std::string& what);
     const std::wstring& huid() const { return huid_; }
     OpenedNode& NodeOf(Node node);

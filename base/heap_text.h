@@ -1,4 +1,4 @@
-// A text of any length in memory of its own, always terminated. Growing can fail and says so.
+// A text of any length that owns its memory, always terminated. Growing can fail and says so.
 #pragma once
 
 #include <algorithm>
@@ -13,13 +13,13 @@ class HeapText {
     size_t size() const noexcept { return chars_.size() == 0 ? 0 : chars_.size() - 1; }
     bool empty() const noexcept { return size() == 0; }
 
-    // False, with the text as it was, when there is no memory. `text` is no part of this one.
+    // False, with the text as it was, when there is no memory. `text` must not be part of this one.
     [[nodiscard]] bool Assign(std::wstring_view text) noexcept {
         if (!Resize(text.size())) return false;
         std::copy(text.begin(), text.end(), chars_.data());
         return true;
     }
-    // For what writes a text of known length: `chars` characters, new ones without a value. False as above.
+    // Makes room for `chars` characters to be written through data(); new ones have no value. False as above.
     [[nodiscard]] bool Resize(size_t chars) noexcept {
         if (chars == SIZE_MAX || !chars_.Resize(chars + 1)) return false;
         chars_[chars] = L'\0';

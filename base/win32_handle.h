@@ -1,5 +1,5 @@
 // Owning wrappers, one type per kind of Win32 handle. Each closes what it holds exactly once and leaves the
-// thread's last error as it was, so that clean-up never hides the reason of a failure.
+// thread's last error as it was, so that cleanup never hides the reason for a failure.
 #pragma once
 
 #include <utility>
@@ -41,7 +41,7 @@ class OwnedHandle {
         SetLastError(lastError);
     }
 
-    // For functions that store a handle through a pointer: closes what is held, then lends the place.
+    // For functions that store a handle through a pointer: closes what is held and returns where to store.
     Handle* put() noexcept {
         reset();
         return &handle_;

@@ -1,4 +1,4 @@
-// The one way Windows comes in: the usual defines, set once.
+// The only place that includes windows.h: the usual defines, set once.
 #pragma once
 
 #ifndef WIN32_LEAN_AND_MEAN

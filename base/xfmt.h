@@ -9,8 +9,8 @@
 #include <cstdarg>
 #include <cstdint>
 
-// What is known of one piece of output while it is handed to a sink or to the trace hook. Owned by the
-// engine, valid during the call only.
+// Describes one piece of output that is being handed to a sink or to the trace hook. Owned by the engine,
+// valid during the call only.
 struct XfmtPieceInfo {
     const wchar_t* format;  // the whole format string in work
     int32_t format_pos;     // where this piece of the format starts
@@ -86,11 +86,11 @@ int32_t xfmt_advance(wchar_t** pbuf, uint32_t* pleft, const wchar_t* format, ...
 // Appends to the text in buf, which must be terminated even when cap is 0; returns the length of the whole.
 int32_t xfmt_append(wchar_t* buf, int32_t cap, const wchar_t* format, ...) noexcept;
 
-// Receives the engine's account of its own work, line by line. Null removes the hook. A hook that formats
-// uses xfmt_quiet, or it would trace itself.
+// Receives the engine's trace of its own work, line by line. Null removes the hook. A hook that formats uses
+// xfmt_quiet, or it would trace itself.
 using XfmtTraceHook = void (*)(void* hook_ctx, const wchar_t* line);
 void xfmt_set_trace_hook(XfmtTraceHook hook, void* hook_ctx) noexcept;
-// Newline of trace lines and between hex-dump rows: 1 "\r\n", 2 "\r", anything else "\n" (the start value).
+// Newline of trace lines and between hex-dump rows: 1 "\r\n", 2 "\r", anything else "\n" (the initial value).
 void xfmt_set_newline(int32_t mode) noexcept;
 const wchar_t* xfmt_newline() noexcept;
 const char* xfmt_newline_narrow() noexcept;

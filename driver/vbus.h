@@ -20,32 +20,32 @@
 // when there is no Vbus, is in *status and is the last error. *status is 0 on success.
 FileHandle OpenVbus(DWORD* status = nullptr) noexcept;
 
-// True once writing has been denied. Write requests of this process then fail with ERROR_ACCESS_DENIED.
+// True once write access has been denied. Write requests of this process then fail with ERROR_ACCESS_DENIED.
 bool IsVbusReadOnly() noexcept;
-// The product only ever sets it; each test starts with it cleared.
+// The product only sets it; tests clear it.
 void SetVbusReadOnly(bool readOnly) noexcept;
 
-// For diagnostics: asks for exactly the given access and knows nothing of the read-only memory. On failure
+// For diagnostics: asks for exactly the given access and ignores the remembered read-only state. On failure
 // the error is the last error, ERROR_NOT_READY when there is no Vbus.
 FileHandle OpenVbusForDiagnosis(bool forWriting = false) noexcept;
 
 // Cuts the name to the field with its terminator.
 DeviceName_st DeviceNameFromText(std::wstring_view name) noexcept;
 
-// The device instance ID behind its first backslash. False, with `name` untouched, when the instance ID
-// cannot be read or has no backslash.
+// The device instance ID after its first backslash. False, with `name` untouched, when the instance ID cannot
+// be read or has no backslash.
 bool GetDeviceName(HDEVINFO deviceSet, SP_DEVINFO_DATA* device, DeviceName_st& name) noexcept;
 
-// One request on an open Vbus. The count of bytes returned is the driver's claim: compare it before use. 0
-// when the request was not sent.
+// One request on an open Vbus. The count of bytes returned is the driver's claim: check it before use. It is
+// 0 when the request was not sent.
 DWORD VbusIoctl(HANDLE vbus, DWORD code, const void* input, DWORD inputBytes, void* output, DWORD outputBytes,
                 DWORD* bytesReturned = nullptr) noexcept;
 
-// What a reply counts as that had to come whole and did not.
+// The error of a reply that had to come whole and did not.
 inline constexpr DWORD kWrongReplyLength = ERROR_INVALID_DATA;
 
-// A reply that is shorter than its record counts as far as it came, the rest zero. The USB information counts
-// whole only, and so do the records that are read, changed and sent back: zeros must not overwrite settings.
+// A reply shorter than its record is used as far as it goes, the rest is zero. The USB information must come
+// whole, and so must the records that are read, changed and sent back: zeros must not overwrite settings.
 template <typename Record>
 inline constexpr bool kMustComeWhole =
     std::is_same_v<Record, UsbdInfo_st> || std::is_same_v<Record, GlobalCfg_st> ||

@@ -22,13 +22,13 @@ struct TavixProspageParam_base {
     TavixProspageParam_base& operator=(const TavixProspageParam_base&) = delete;
     virtual ~TavixProspageParam_base() = default;
 
-    // Of the call that asked for the page, filled in just before the page is created. Borrowed: the property
-    // sheet keeps both valid until it has released the page.
+    // From the call that asked for the page, filled in just before the page is created. Borrowed: both stay
+    // valid until the property sheet has released the page.
     HDEVINFO deviceInfoSet = nullptr;
     SP_DEVINFO_DATA* deviceInfoData = nullptr;
 };
 
-// Why a VCOM counts as not plugged in; the reasons add up.
+// Why a VCOM counts as not plugged in; a set of bits.
 inline constexpr uint8_t kNotPluggedAbsent = 1;    // the system says so
 inline constexpr uint8_t kNotPluggedNoDriver = 2;  // the driver does not answer for it
 
@@ -57,13 +57,14 @@ struct UsbdProspageParams_st : TavixProspageParam_base {
     bool timerRunning = false;
     bool mappingFailed = false;
     bool askingDefaultColor = false;  // the page's own question is on its way back to it
-    // What the log area shows: the view (see the page) and the log's file time in milliseconds since 1970.
+    // What the log area shows: the view (usberr_log_area.cpp) and the log's file time in milliseconds since
+    // 1970.
     int32_t shownView = 0;
     int64_t shownLogTime = 0;
 };
 static_assert(sizeof(UsbdProspageParams_st) == sizeof(TavixProspageParam_base) + 3 * sizeof(uint64_t));
 
-// The page fills in whatever it needs when its dialog is created.
+// The page fills this in when its dialog is created.
 struct VbusProspageParams_st : TavixProspageParam_base {
     AnchorLayout layout;
 };

@@ -13,7 +13,7 @@ namespace {
 
 static_assert(sizeof(SP_PROPSHEETPAGE_REQUEST) == 24);
 
-// The size comes first: a record of another size may have nothing behind it.
+// The size comes first: a record of another size may have nothing after it.
 bool AsksForAdvancedProperties(const SP_PROPSHEETPAGE_REQUEST* request) noexcept {
     return request != nullptr && request->cbSize == sizeof(*request) &&
            request->PageRequested == SPPSR_ENUM_ADV_DEVICE_PROPERTIES && request->DeviceInfoSet != nullptr &&

@@ -8,7 +8,7 @@
 
 // `request` is the SP_PROPSHEETPAGE_REQUEST of a device's advanced properties. Gives the page of the
 // package's device to `addPage`, once, and returns TRUE when that has taken it. FALSE, with nothing left
-// behind, for any other request, for a device that is none of ours, and for one whose page the coinstaller
+// allocated, for any other request, for a device that is not ours, and for one whose page the coinstaller
 // adds.
 extern "C" BOOL CALLBACK TavixEnumPropPages(void* request, LPFNADDPROPSHEETPAGE addPage,
                                             LPARAM sheet) noexcept;

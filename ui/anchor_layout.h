@@ -22,8 +22,7 @@ struct AnchorRow {
     bool noErase = false;
 };
 
-// The distance of an edge from its percentage of `dimension`, and the way back. Divisions truncate toward
-// zero.
+// The distance of an edge from its percentage of `dimension`, and back. Divisions truncate toward zero.
 int AnchorOffset(int edge, int percent, int dimension) noexcept;
 int AnchoredEdge(int percent, int dimension, int offset) noexcept;
 // The same for the four edges of a rectangle; left and right follow the width, top and bottom the height.
@@ -34,19 +33,20 @@ class AnchorLayout {
   public:
     static constexpr int kMaxControls = 200;
 
-    // Starts afresh for `dialog`. The reference size is what the dialog uses as its minimum tracking size; a
-    // zero width or height stands for that of the dialog's window as it is now.
+    // Starts anew for `dialog`. The dialog uses the reference size as its minimum tracking size; a zero width
+    // or height stands for the present one of its window.
     void Init(HWND dialog, int referenceWidth = 0, int referenceHeight = 0) noexcept;
 
-    // Registers a control where it is now. With `noErase` a reflow repaints the control without erasing it
-    // first. False when kMaxControls are registered already or the control does not exist.
+    // Registers a control at its present place. With `noErase` a reflow repaints the control without erasing
+    // it first. False when kMaxControls are registered already or the control does not exist.
     bool Add(int leftPercent, int topPercent, int rightPercent, int bottomPercent, int controlId,
              bool noErase = false) noexcept;
 
-    // Registers one control per row. Stops at the first that cannot be added: then false.
+    // Registers one control per row. Stops at the first that cannot be added and returns false.
     bool Add(std::span<const AnchorRow> rows) noexcept;
 
-    // Registers several alike; `controlIds` ends in -1. Stops at the first that cannot be added: then false.
+    // Registers several alike; `controlIds` ends in -1. Stops at the first that cannot be added and returns
+    // false.
     bool AddMany(int leftPercent, int topPercent, int rightPercent, int bottomPercent, bool noErase,
                  const int* controlIds) noexcept;
 

@@ -1,4 +1,4 @@
-// The object behind a dialog, kept as the dialog's user data.
+// The object that belongs to a dialog, kept as the dialog's user data.
 //
 // A dialog procedure fetches it once and hands a reference to its handlers. A handler in which a message loop
 // ran (a box, a menu, another dialog) fetches it again, because the window may be gone by then.

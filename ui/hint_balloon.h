@@ -10,13 +10,13 @@
 #include "base/windows_api.h"
 
 // Where the hint points, in client coordinates: a negative coordinate counts from the right or bottom edge;
-// the result lies inside the client area.
+// the result is inside the client area.
 POINT HintPosition(POINT wanted, SIZE client) noexcept;
 
 class HintBalloon {
   public:
-    // Makes a hidden hint for `owner`, as a balloon or as a plain tooltip. Null on failure; *error then tells
-    // why (8 when out of memory) and is 0 otherwise. Needs the common controls initialized.
+    // Makes a hidden hint for `owner`, as a balloon or as a plain tooltip. Null on failure, with the reason
+    // in *error (8 when out of memory); *error is 0 on success. Needs the common controls initialized.
     static std::unique_ptr<HintBalloon> Create(HWND owner, bool balloonStyle, uint32_t* error) noexcept;
 
     // Shows the hint at `position` (see HintPosition), or hides it; hiding ignores the other arguments. The
@@ -35,6 +35,6 @@ class HintBalloon {
     uint32_t FormatText(const wchar_t* format, va_list args) noexcept;
 
     HWND owner_;
-    OwnedWindow window_;  // a tooltip dies with its owner; destroying it again is then refused
+    OwnedWindow window_;  // a tooltip is destroyed with its owner; destroying it again then fails harmlessly
     HeapText text_;
 };

@@ -1,9 +1,9 @@
 // The info box: a resizable dialog that shows a block of text, with up to four buttons, an optional context
 // menu and a callback that rewrites the text on demand or periodically.
 //
-// Every entry point runs a modal loop on the calling thread and returns when the box is closed. That holds
-// for a "detached" box too, which has no owner, so that the parent window stays usable. Capacities count
-// UTF-16 units, the terminator included.
+// Every entry point runs a modal loop on the calling thread and returns when the box is closed. So does a
+// "detached" box, which has no owner, so that the parent window stays usable. Capacities count UTF-16 units,
+// the terminator included.
 #pragma once
 
 #include <cstdint>
@@ -83,8 +83,8 @@ inline constexpr uint32_t FIR_CloseOk = 6;        // update, then close the box 
 using FlexiInfoRefreshProc = uint32_t (*)(void* refreshContext, FlexiInfoEvent* event, wchar_t* text,
                                           uint32_t textChars) noexcept;
 
-// What the caller wants. Zero-fill it, set cbSize and the fields wanted; a null or zero field takes its
-// default. The box copies the record at entry; only what it points to must live as long as the box.
+// The caller's wishes. Zero-fill it, then set cbSize and whatever else is needed; a null or zero field takes
+// its default. The box copies the record at entry; only what it points to must live as long as the box.
 struct FlexiInfoParams {
     uint32_t cbSize;                   // not checked
     const wchar_t* title;              // "FlexiInfo"

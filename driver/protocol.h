@@ -2,7 +2,7 @@
 // exact layout of every record. Both sides of the wire include this header, so it needs no Windows header.
 //
 // All integers are little-endian. Texts are UTF-16, end with a NUL inside their field, and are zero-filled
-// behind it; a receiver must not rely on that NUL. Reserved bytes are zero when a record is built and are
+// after it; a receiver must not rely on that NUL. Reserved bytes are zero when a record is built and are
 // kept as they were read when a record is sent back. Offsets and sizes in the comments are in bytes.
 #pragma once
 
@@ -13,7 +13,8 @@
 static_assert(sizeof(wchar_t) == 2, "texts of the protocol are UTF-16");
 
 template <typename Record>
-constexpr bool kIsWireRecord = std::is_standard_layout_v<Record>&& std::is_trivially_copyable_v<Record>;
+inline constexpr bool kIsWireRecord =
+    std::is_standard_layout_v<Record>&& std::is_trivially_copyable_v<Record>;
 
 // ---- Device interface -------------------------------------------------------------------------------------
 
@@ -27,7 +28,7 @@ struct TavixInterfaceClass_st {
 static_assert(sizeof(TavixInterfaceClass_st) == 16 && kIsWireRecord<TavixInterfaceClass_st>);
 
 // {20161207-6A0C-11D2-B841-00C04FAD5171}
-constexpr TavixInterfaceClass_st kVbusInterfaceClass = {
+inline constexpr TavixInterfaceClass_st kVbusInterfaceClass = {
     0x20161207, 0x6A0C, 0x11D2, {0xB8, 0x41, 0x00, 0xC0, 0x4F, 0xAD, 0x51, 0x71}};
 
 // ---- Control codes ----------------------------------------------------------------------------------------
@@ -39,74 +40,74 @@ enum TavixAccess : uint32_t {
     kTavixWriteAccess = 2,
 };
 
-constexpr uint32_t kTavixDeviceType = 0x1612;
+inline constexpr uint32_t kTavixDeviceType = 0x1612;
 
 // Every request is METHOD_BUFFERED (0).
-constexpr uint32_t TavixControlCode(uint32_t function, TavixAccess access) {
+constexpr uint32_t TavixControlCode(uint32_t function, TavixAccess access) noexcept {
     return kTavixDeviceType << 16 | static_cast<uint32_t>(access) << 14 | function << 2;
 }
 
-// Behind each code: its value, then input -> output. "name" is DeviceName_st, "none" is a length of 0.
+// Above each code: its value, then input -> output. "name" is DeviceName_st, "none" is a length of 0.
 // A request that changes the driver's state needs write access.
 
 // 0x1612B000: kBsodInput -> none. Crashes the system on purpose.
-constexpr uint32_t IOCTL_TAVIX_BSOD = TavixControlCode(0xC00, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_BSOD = TavixControlCode(0xC00, kTavixWriteAccess);
 // 0x16123004: none -> DriverVersion_st
-constexpr uint32_t IOCTL_TAVIX_GetDriverVersion = TavixControlCode(0xC01, kTavixAnyAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetDriverVersion = TavixControlCode(0xC01, kTavixAnyAccess);
 // 0x16127008: name -> VcomCfgReply_st
-constexpr uint32_t IOCTL_TAVIX_GetVcomCfg = TavixControlCode(0xC02, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetVcomCfg = TavixControlCode(0xC02, kTavixReadAccess);
 // 0x1612B00C: VcomCfgRequest_st -> UfAppErr
-constexpr uint32_t IOCTL_TAVIX_SetVcomCfg = TavixControlCode(0xC03, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_SetVcomCfg = TavixControlCode(0xC03, kTavixWriteAccess);
 // 0x16127010: none -> GlobalCfg_st
-constexpr uint32_t IOCTL_TAVIX_GetGlobalCfg = TavixControlCode(0xC04, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetGlobalCfg = TavixControlCode(0xC04, kTavixReadAccess);
 // 0x1612B014: GlobalCfg_st -> UfAppErr
-constexpr uint32_t IOCTL_TAVIX_SetGlobalCfg = TavixControlCode(0xC05, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_SetGlobalCfg = TavixControlCode(0xC05, kTavixWriteAccess);
 // 0x16127018: name of a VCOM -> 32-bit process ID, 0 when the port is not open
-constexpr uint32_t IOCTL_TAVIX_GetVcomOpenerPid = TavixControlCode(0xC06, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetVcomOpenerPid = TavixControlCode(0xC06, kTavixReadAccess);
 // 0x1612B01C: name -> none. The device is being removed.
-constexpr uint32_t IOCTL_TAVIX_RemoveDevice = TavixControlCode(0xC07, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_RemoveDevice = TavixControlCode(0xC07, kTavixWriteAccess);
 // 0x16127028: none -> LogCfg_st
-constexpr uint32_t IOCTL_TAVIX_GetLogCfg = TavixControlCode(0xC0A, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetLogCfg = TavixControlCode(0xC0A, kTavixReadAccess);
 // 0x1612B02C: LogCfg_st -> none
-constexpr uint32_t IOCTL_TAVIX_SetLogCfg = TavixControlCode(0xC0B, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_SetLogCfg = TavixControlCode(0xC0B, kTavixWriteAccess);
 // 0x16127050: name -> UsbdInfo_st
-constexpr uint32_t IOCTL_TAVIX_GetUsbdInfo = TavixControlCode(0xC14, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetUsbdInfo = TavixControlCode(0xC14, kTavixReadAccess);
 // 0x16123054: instance ID of a VCOM with its NUL -> instance ID of its USB device, into the caller's buffer
-constexpr uint32_t IOCTL_TAVIX_QueryUsbdDevinstPath = TavixControlCode(0xC15, kTavixAnyAccess);
+inline constexpr uint32_t IOCTL_TAVIX_QueryUsbdDevinstPath = TavixControlCode(0xC15, kTavixAnyAccess);
 // 0x16127058: name -> FlowpathStat_st
-constexpr uint32_t IOCTL_TAVIX_GetFlowpathStat = TavixControlCode(0xC16, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetFlowpathStat = TavixControlCode(0xC16, kTavixReadAccess);
 // 0x1612705C: name -> none
-constexpr uint32_t IOCTL_TAVIX_ResetFlowpathStat = TavixControlCode(0xC17, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_ResetFlowpathStat = TavixControlCode(0xC17, kTavixReadAccess);
 // 0x16127060: name -> none
-constexpr uint32_t IOCTL_TAVIX_DestroyFlowpathStatHistory = TavixControlCode(0xC18, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_DestroyFlowpathStatHistory = TavixControlCode(0xC18, kTavixReadAccess);
 // 0x16127064: name -> UsbErrStat_st
-constexpr uint32_t IOCTL_TAVIX_GetUsbErrStat = TavixControlCode(0xC19, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetUsbErrStat = TavixControlCode(0xC19, kTavixReadAccess);
 // 0x1612706C: name -> VcomFdoPdo_st. Old drivers fail it with ERROR_INVALID_FUNCTION.
-constexpr uint32_t IOCTL_TAVIX_QueryVcomFdoPdo = TavixControlCode(0xC1B, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_QueryVcomFdoPdo = TavixControlCode(0xC1B, kTavixReadAccess);
 // 0x16127074: none -> text of at most kIrpStateTextBytes
-constexpr uint32_t IOCTL_TAVIX_GetIrpStateText = TavixControlCode(0xC1D, kTavixReadAccess);
+inline constexpr uint32_t IOCTL_TAVIX_GetIrpStateText = TavixControlCode(0xC1D, kTavixReadAccess);
 // 0x1612B090: 32-bit index of the dangle VCOM -> none
-constexpr uint32_t IOCTL_TAVIX_CreateDangleVcom = TavixControlCode(0xC24, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_CreateDangleVcom = TavixControlCode(0xC24, kTavixWriteAccess);
 // 0x1612B098: name -> none
-constexpr uint32_t IOCTL_TAVIX_StartBlindRun = TavixControlCode(0xC26, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_StartBlindRun = TavixControlCode(0xC26, kTavixWriteAccess);
 // 0x1612B09C: name -> none
-constexpr uint32_t IOCTL_TAVIX_StopBlindRun = TavixControlCode(0xC27, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_StopBlindRun = TavixControlCode(0xC27, kTavixWriteAccess);
 // 0x1612B0A0: name -> none. Resets the OUT pipe.
-constexpr uint32_t IOCTL_TAVIX_UsbTweak0 = TavixControlCode(0xC28, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_UsbTweak0 = TavixControlCode(0xC28, kTavixWriteAccess);
 // 0x1612B0A4: name -> none. Resets the IN pipe.
-constexpr uint32_t IOCTL_TAVIX_UsbTweak1 = TavixControlCode(0xC29, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_UsbTweak1 = TavixControlCode(0xC29, kTavixWriteAccess);
 // 0x1612B0A8: name -> none. Resets the USB port.
-constexpr uint32_t IOCTL_TAVIX_UsbTweak2 = TavixControlCode(0xC2A, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_UsbTweak2 = TavixControlCode(0xC2A, kTavixWriteAccess);
 // 0x1612B0AC: name -> none. Cycles the USB port.
-constexpr uint32_t IOCTL_TAVIX_UsbTweak3 = TavixControlCode(0xC2B, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_UsbTweak3 = TavixControlCode(0xC2B, kTavixWriteAccess);
 // 0x1612B0C8: WdfDeviceStateRequest_st -> none
-constexpr uint32_t IOCTL_TAVIX_SetWdfDeviceState = TavixControlCode(0xC32, kTavixWriteAccess);
+inline constexpr uint32_t IOCTL_TAVIX_SetWdfDeviceState = TavixControlCode(0xC32, kTavixWriteAccess);
 
-constexpr char kBsodInput[4] = {'B', 'S', 'O', 'D'};
-constexpr size_t kIrpStateTextBytes = 8000;
+inline constexpr char kBsodInput[4] = {'B', 'S', 'O', 'D'};
+inline constexpr size_t kIrpStateTextBytes = 8000;
 
 // ---- Values in records ------------------------------------------------------------------------------------
-// Record fields hold plain integers, because a reply may carry a number that no name exists for.
+// Record fields are plain integers, because a reply may carry a number that has no name here.
 
 // Result words of replies, and results of the functions that talk to the driver. 1 is not used.
 enum UfAppErr : uint32_t {
@@ -178,21 +179,21 @@ enum WdfDeviceStateIndex : uint32_t {
 
 // ---- Records ----------------------------------------------------------------------------------------------
 
-constexpr size_t kDeviceNameChars = 128;
-constexpr size_t kPortNameChars = 16;
-constexpr size_t kPortNameCount = 128;  // COM1 to COM128
-constexpr size_t kLogLevelCount = 5;
-constexpr size_t kPreferredPortsChars = 200;
-constexpr size_t kUsbStringChars = 128;
-constexpr size_t kVcomPathChars = 129;
-constexpr size_t kUsbErrBucketCount = 21;
-constexpr size_t kRecoverActionCount = 4;
-constexpr size_t kKernelNameChars = 120;
+inline constexpr size_t kDeviceNameChars = 128;
+inline constexpr size_t kPortNameChars = 16;
+inline constexpr size_t kPortNameCount = 128;  // COM1 to COM128
+inline constexpr size_t kLogLevelCount = 5;
+inline constexpr size_t kPreferredPortsChars = 200;
+inline constexpr size_t kUsbStringChars = 128;
+inline constexpr size_t kVcomPathChars = 129;
+inline constexpr size_t kUsbErrBucketCount = 21;
+inline constexpr size_t kRecoverActionCount = 4;
+inline constexpr size_t kKernelNameChars = 120;
 
-// The device-name field: which USB device or VCOM a request means. It holds the device instance ID behind its
+// The device-name field: which USB device or VCOM a request means. It holds the device instance ID after its
 // first backslash ("VID_1234&PID_5678\SN01", "Qrv_vcom\1&2"), or the USB device's Huid.
 //
-//   0  256  chars     zero-filled behind the name
+//   0  256  chars     zero-filled after the name
 struct DeviceName_st {
     wchar_t chars[kDeviceNameChars];
 };
@@ -521,7 +522,7 @@ static_assert(offsetof(UsbErrStat_st, offlineCount) == 152);
 static_assert(offsetof(UsbErrStat_st, lastOfflineTime) == 160);
 static_assert(offsetof(UsbErrStat_st, totals) == 184);
 
-constexpr uint32_t kUsbErrStatHeaderWord = 8;
+inline constexpr uint32_t kUsbErrStatHeaderWord = 8;
 
 // Output of QueryVcomFdoPdo.
 //

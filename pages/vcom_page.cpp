@@ -53,7 +53,7 @@ void OnTimer(HWND page, VcomProspageParams_st& state, WPARAM timer) noexcept {
 
 void CreateHint(HWND page, VcomProspageParams_st& state) noexcept {
     uint32_t error = 0;  // the page works without a hint
-    state.hint = HintBalloon::Create(page, true, &error);
+    state.hint = HintBalloon::Create(page, true, error);
 }
 
 void OnInit(HWND page, LPARAM initParam) noexcept {

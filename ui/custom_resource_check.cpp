@@ -31,11 +31,11 @@ bool HandleBytes::ReadAt(uint64_t position, void* buffer, size_t bytes) noexcept
     return ReadFileAt(file_, static_cast<int64_t>(position), wanted, buffer) == int64_t{wanted};
 }
 
-bool FindCustomResourceSlot(FileBytes& file, uint64_t* slotPosition) noexcept {
+bool FindCustomResourceSlot(FileBytes& file, uint64_t& slotPosition) noexcept {
     PeString string;
-    if (!FindPeString(file, kCustomResourceDigestString, &string)) return false;
+    if (!FindPeString(file, kCustomResourceDigestString, string)) return false;
     if (string.chars != kCustomResourceDigestChars) return false;
-    *slotPosition = string.position;
+    slotPosition = string.position;
     return true;
 }
 
@@ -60,7 +60,7 @@ bool ComputeCustomResourceDigest(FileBytes& file, uint64_t slotPosition,
 bool VerifyCustomResource(FileBytes& file, int32_t* digestChars, wchar_t* text,
                           int32_t textCapacity) noexcept {
     uint64_t slotPosition;
-    const bool hasSlot = FindCustomResourceSlot(file, &slotPosition);
+    const bool hasSlot = FindCustomResourceSlot(file, slotPosition);
     if (digestChars != nullptr) *digestChars = hasSlot ? kCustomResourceDigestChars : 0;
     wchar_t stored[kCustomResourceDigestChars];
     CustomResourceDigest actual;

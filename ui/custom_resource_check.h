@@ -27,7 +27,7 @@ class HandleBytes final : public FileBytes {
 
 // The file position of string 18001's length word. False when the file is no PE image that has a string 18001
 // of exactly 32 characters.
-bool FindCustomResourceSlot(FileBytes& file, uint64_t* slotPosition) noexcept;
+bool FindCustomResourceSlot(FileBytes& file, uint64_t& slotPosition) noexcept;
 
 // Computes what the slot's characters should be. Reads the whole file into memory; false when that fails.
 using CustomResourceDigest = wchar_t[kCustomResourceDigestChars + 1];

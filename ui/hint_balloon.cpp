@@ -42,8 +42,8 @@ POINT HintPosition(POINT wanted, SIZE client) noexcept {
     return {FromEdge(wanted.x, client.cx), FromEdge(wanted.y, client.cy)};
 }
 
-std::unique_ptr<HintBalloon> HintBalloon::Create(HWND owner, bool balloonStyle, uint32_t* error) noexcept {
-    *error = ERROR_NOT_ENOUGH_MEMORY;
+std::unique_ptr<HintBalloon> HintBalloon::Create(HWND owner, bool balloonStyle, uint32_t& error) noexcept {
+    error = ERROR_NOT_ENOUGH_MEMORY;
     std::unique_ptr<HintBalloon> balloon(new HintBalloon(owner));
     if (!balloon) return nullptr;
     const DWORD style = WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX | (balloonStyle ? TTS_BALLOON : 0);
@@ -55,10 +55,10 @@ std::unique_ptr<HintBalloon> HintBalloon::Create(HWND owner, bool balloonStyle, 
     wchar_t noText[] = L"";
     tool.lpszText = noText;
     if (!balloon->window_ || !SendMessageW(balloon->Window(), TTM_ADDTOOLW, 0, AddressOf(tool))) {
-        *error = LastErrorOrOne();
+        error = LastErrorOrOne();
         return nullptr;
     }
-    *error = ERROR_SUCCESS;
+    error = ERROR_SUCCESS;
     return balloon;
 }
 

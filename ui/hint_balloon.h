@@ -16,8 +16,8 @@ POINT HintPosition(POINT wanted, SIZE client) noexcept;
 class HintBalloon {
   public:
     // Makes a hidden hint for `owner`, as a balloon or as a plain tooltip. Null on failure, with the reason
-    // in *error (8 when out of memory); *error is 0 on success. Needs the common controls initialized.
-    static std::unique_ptr<HintBalloon> Create(HWND owner, bool balloonStyle, uint32_t* error) noexcept;
+    // in `error` (8 when out of memory), which is 0 on success. Needs the common controls initialized.
+    static std::unique_ptr<HintBalloon> Create(HWND owner, bool balloonStyle, uint32_t& error) noexcept;
 
     // Shows the hint at `position` (see HintPosition), or hides it; hiding ignores the other arguments. The
     // text is formatted by the format engine; with a null format the previous text stays. Returns 0, or 8

@@ -150,7 +150,7 @@ bool FindStringTable(const ResourceSection& section, uint16_t table,
 
 // The table's strings follow each other, so each is found by skipping those before it.
 bool FindInTable(const ResourceSection& section, const IMAGE_RESOURCE_DATA_ENTRY& data, uint32_t index,
-                 PeString* found) noexcept {
+                 PeString& found) noexcept {
     // An address before the section wraps to an offset far beyond it.
     const uint32_t table = data.OffsetToData - section.address;
     if (!section.Holds(table, data.Size)) return false;
@@ -161,7 +161,7 @@ bool FindInTable(const ResourceSection& section, const IMAGE_RESOURCE_DATA_ENTRY
         const uint32_t stringBytes = static_cast<uint32_t>(sizeof(chars)) + chars * 2u;
         if (data.Size - used < stringBytes) return false;
         if (i == index) {
-            *found = {section.position + table + used, chars};
+            found = {section.position + table + used, chars};
             return true;
         }
         used += stringBytes;
@@ -170,7 +170,7 @@ bool FindInTable(const ResourceSection& section, const IMAGE_RESOURCE_DATA_ENTRY
 
 }  // namespace
 
-bool FindPeString(FileBytes& file, uint16_t stringId, PeString* found) noexcept {
+bool FindPeString(FileBytes& file, uint16_t stringId, PeString& found) noexcept {
     const std::optional<ResourceSection> section = FindResourceSection(file);
     IMAGE_RESOURCE_DATA_ENTRY table;
     return section &&

@@ -27,4 +27,4 @@ struct PeString {
 // used, whatever the user's language, so that every reader of the file sees the same string. An absent string
 // has 0 characters in the table and counts as found. False when there is no such table or the file is damaged
 // where it leads to the string.
-bool FindPeString(FileBytes& file, uint16_t stringId, PeString* found) noexcept;
+bool FindPeString(FileBytes& file, uint16_t stringId, PeString& found) noexcept;

@@ -42,7 +42,7 @@ struct Library {
 std::optional<std::wstring> ReadLibrary(HANDLE file, Library* library) {
     HandleBytes bytes(file);
     PeString slot;
-    if (!FindPeString(bytes, kCustomResourceDigestString, &slot))
+    if (!FindPeString(bytes, kCustomResourceDigestString, slot))
         return L"there is no string 18001: either this is no PE file or it has no string table 1126";
     if (slot.chars != kCustomResourceDigestChars)
         return L"string 18001 has " + std::to_wstring(slot.chars) +
@@ -132,7 +132,7 @@ bool IsLibrarySwitchedOff(const std::wstring& path) {
     HandleBytes bytes(file.get());
     PeString found;
     wchar_t first = L'0';
-    return file && FindPeString(bytes, kSwitchString, &found) && found.chars > 0 &&
+    return file && FindPeString(bytes, kSwitchString, found) && found.chars > 0 &&
            bytes.ReadAt(found.position + sizeof(uint16_t), &first, sizeof(first)) && first >= L'1' &&
            first <= L'9';
 }

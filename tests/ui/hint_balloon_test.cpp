@@ -40,7 +40,7 @@ class HintBalloonTest : public testing::Test {
 TEST_F(HintBalloonTest, IsATopmostTooltipOwnedByItsWindow) {
     for (const bool balloonStyle : {false, true}) {
         uint32_t error = 99;
-        const auto balloon = HintBalloon::Create(owner_.get(), balloonStyle, &error);
+        const auto balloon = HintBalloon::Create(owner_.get(), balloonStyle, error);
         ASSERT_NE(balloon, nullptr);
         EXPECT_EQ(error, 0u);
         const auto style = static_cast<DWORD>(GetWindowLongPtrW(balloon->Window(), GWL_STYLE));
@@ -54,7 +54,7 @@ TEST_F(HintBalloonTest, IsATopmostTooltipOwnedByItsWindow) {
 
 TEST_F(HintBalloonTest, ShowsFormattedTextAndHidesAgain) {
     uint32_t error = 0;
-    const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+    const auto balloon = HintBalloon::Create(owner_.get(), true, error);
     EXPECT_EQ(balloon->Show(true, {10, 20}, L"%d hints", 2), 0u);
     EXPECT_TRUE(IsWindowVisible(balloon->Window()));
     EXPECT_EQ(TextOf(*balloon), L"2 hints");
@@ -68,7 +68,7 @@ TEST_F(HintBalloonTest, PointsAtThePositionInItsOwner) {
         POINT screen;
     };
     uint32_t error = 0;
-    const auto balloon = HintBalloon::Create(owner_.get(), false, &error);
+    const auto balloon = HintBalloon::Create(owner_.get(), false, error);
     for (const Row& row : {Row{{10, 20}, {210, 220}}, Row{{4, -20}, {204, 380}}, Row{{-30, 5}, {470, 205}}}) {
         POINT used = {};
         REPLACE_CALL(send, SendMessageW, [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -83,7 +83,7 @@ TEST_F(HintBalloonTest, PointsAtThePositionInItsOwner) {
 
 TEST_F(HintBalloonTest, WithoutAFormatThePreviousTextStays) {
     uint32_t error = 0;
-    const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+    const auto balloon = HintBalloon::Create(owner_.get(), true, error);
     EXPECT_EQ(balloon->Show(true, {}, nullptr), 0u);
     EXPECT_EQ(TextOf(*balloon), L"");
     balloon->Show(true, {}, L"first");
@@ -93,7 +93,7 @@ TEST_F(HintBalloonTest, WithoutAFormatThePreviousTextStays) {
 
 TEST_F(HintBalloonTest, TheTextBufferGrowsAsNeeded) {
     uint32_t error = 0;
-    const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+    const auto balloon = HintBalloon::Create(owner_.get(), true, error);
     balloon->Show(true, {}, L"x");
     const std::wstring longer(150, L'y');
     balloon->Show(true, {}, L"%s", longer.c_str());
@@ -107,7 +107,7 @@ TEST_F(HintBalloonTest, EveryFailingCallGivesNoBalloonAndACode) {
     const int calls = ForEachFailingCall(faults, [&] {
         uint32_t error = 99;
         std::unique_ptr<HintBalloon> balloon;
-        faults.During([&] { balloon = HintBalloon::Create(owner_.get(), true, &error); });
+        faults.During([&] { balloon = HintBalloon::Create(owner_.get(), true, error); });
         EXPECT_EQ(balloon == nullptr, faults.CallFailed());
         EXPECT_EQ(error != 0, faults.CallFailed());
     });
@@ -120,7 +120,7 @@ TEST_F(HintBalloonTest, WithoutMemoryThereIsNoBalloonAndTheCodeIsEight) {
     faults.FailAt(1);
     uint32_t error = 99;
     std::unique_ptr<HintBalloon> balloon;
-    faults.During([&] { balloon = HintBalloon::Create(owner_.get(), true, &error); });
+    faults.During([&] { balloon = HintBalloon::Create(owner_.get(), true, error); });
     EXPECT_TRUE(faults.CallFailed());
     EXPECT_EQ(balloon, nullptr);
     EXPECT_EQ(error, 8u);
@@ -128,7 +128,7 @@ TEST_F(HintBalloonTest, WithoutMemoryThereIsNoBalloonAndTheCodeIsEight) {
 
 TEST_F(HintBalloonTest, WithoutMemoryForItsTextTheOldOneStaysAndTheCodeIsEight) {
     uint32_t error = 0;
-    const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+    const auto balloon = HintBalloon::Create(owner_.get(), true, error);
     ASSERT_EQ(balloon->Show(true, {}, L"old"), 0u);
     CallFaults faults;
     WATCH_CALL(faults, malloc, nullptr, 0);
@@ -142,7 +142,7 @@ TEST_F(HintBalloonTest, WithoutMemoryForItsTextTheOldOneStaysAndTheCodeIsEight) 
 
 TEST_F(HintBalloonTest, MayOutliveItsOwner) {
     uint32_t error = 0;
-    const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+    const auto balloon = HintBalloon::Create(owner_.get(), true, error);
     owner_.reset();
     EXPECT_EQ(balloon->Show(true, {}, L"late"), 0u);
     balloon->Hide();
@@ -151,7 +151,7 @@ TEST_F(HintBalloonTest, MayOutliveItsOwner) {
 TEST_F(HintBalloonTest, LeavesNothingBehind) {
     ExpectNoLeaks([this] {
         uint32_t error = 0;
-        const auto balloon = HintBalloon::Create(owner_.get(), true, &error);
+        const auto balloon = HintBalloon::Create(owner_.get(), true, error);
         balloon->Show(true, {}, L"hint");
     });
 }

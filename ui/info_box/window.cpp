@@ -135,7 +135,7 @@ void ApplyToolWindow(const FlexiInfoState& state) noexcept {
 void ShowHint(FlexiInfoState& state) noexcept {
     if (state.params.menuItemCount < 1 || state.params.hintSeconds < 0) return;
     uint32_t error = 0;
-    state.hint = HintBalloon::Create(state.hwnd, true, &error);
+    state.hint = HintBalloon::Create(state.hwnd, true, error);
     if (!state.hint || state.hint->Show(true, kHintPosition, L"%s", state.params.hintText) != 0) return;
     state.hintShown = true;
     const UINT seconds = static_cast<UINT>(std::min(state.params.hintSeconds, USER_TIMER_MAXIMUM / 1000));

@@ -28,7 +28,7 @@ bool IsIntact(const Bytes& image) {
 std::wstring StoredDigest(const Bytes& image) {
     MemoryBytes bytes(image);
     uint64_t slot = 0;
-    EXPECT_TRUE(FindCustomResourceSlot(bytes, &slot));
+    EXPECT_TRUE(FindCustomResourceSlot(bytes, slot));
     std::wstring digest(kCustomResourceDigestChars, L'\0');
     EXPECT_TRUE(bytes.ReadAt(slot + 2, digest.data(), digest.size() * sizeof(wchar_t)));
     return digest;

@@ -19,7 +19,7 @@ constexpr uint16_t kChars = 17;
 std::optional<PeString> Find(const Bytes& image, uint16_t id = kId) {
     MemoryBytes bytes(image);
     PeString found;
-    if (!FindPeString(bytes, id, &found)) return std::nullopt;
+    if (!FindPeString(bytes, id, found)) return std::nullopt;
     return found;
 }
 
@@ -280,7 +280,7 @@ TEST(PeStringResource, TheLargestCountsCostFewReads) {
     }
     MemoryBytes bytes(image);
     PeString found;
-    EXPECT_FALSE(FindPeString(bytes, kId, &found));
+    EXPECT_FALSE(FindPeString(bytes, kId, found));
     EXPECT_GT(bytes.reads(), 10000) << "the tables were not searched to their ends";
     EXPECT_LT(bytes.reads(), 15000);
 }

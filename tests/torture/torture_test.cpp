@@ -2,8 +2,7 @@
 // product comes back with its documented result, gives back what it holds, shows nothing that it does not
 // have to say, writes nothing that nobody asked for, and works again.
 //
-// A sample runs with every test run; TAVIX_LONG_TESTS=1 asks for everything. TAVIX_TORTURE_SEED chooses the
-// sample.
+// scripts/torture runs it: a sample, which TAVIX_TORTURE_SEED chooses, or with TAVIX_LONG_TESTS=1 everything.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -30,10 +29,6 @@ uint32_t NumberFromEnvironment(const wchar_t* name, uint32_t otherwise) {
                                                         : otherwise;
 }
 
-bool IsLongRun() {
-    return GetEnvironmentVariableW(L"TAVIX_LONG_TESTS", nullptr, 0) != 0;
-}
-
 std::wstring TemporaryPath(const wchar_t* name) {
     wchar_t folder[MAX_PATH] = L"";
     GetTempPathW(MAX_PATH, folder);
@@ -54,7 +49,11 @@ struct Total {
 
 class TortureTest : public PackageTest {
   protected:
+    // `wish` is the variable of the environment that asks for the test.
+    explicit TortureTest(const wchar_t* wish) : wish_(wish) {}
+
     void SetUp() override {
+        if (GetEnvironmentVariableW(wish_, nullptr, 0) == 0) GTEST_SKIP() << "scripts/torture runs this";
         Plug(TorturedDevice());
         PrintFlowsOnce();
     }
@@ -83,6 +82,8 @@ class TortureTest : public PackageTest {
     const std::vector<Flow> flows_ = AllFlows();
 
   private:
+    const wchar_t* const wish_;
+
     struct Ending {
         Total total;
         int index;
@@ -148,17 +149,26 @@ TEST(TortureTable, KnowsEveryFunctionThatTheDllImports) {
         EXPECT_NE(FindFallible(function) != nullptr, IsKnownInfallible(function)) << function;
 }
 
+class TortureWork : public TortureTest {
+  protected:
+    TortureWork() : TortureTest(L"TAVIX_TORTURE_WORK") {}
+};
+
 // Some work alone, as child.h has it: TAVIX_TORTURE_WORK="calls 7".
-TEST_F(TortureTest, WhatTheEnvironmentAsksFor) {
+TEST_F(TortureWork, WhatTheEnvironmentAsksFor) {
     wchar_t work[200] = L"";
-    if (GetEnvironmentVariableW(L"TAVIX_TORTURE_WORK", work, 200) == 0)
-        GTEST_SKIP() << "TAVIX_TORTURE_WORK is not set";
+    GetEnvironmentVariableW(L"TAVIX_TORTURE_WORK", work, 200);
     const DWORD start = GetTickCount();
     Print(NarrowText(work), RunChildren(work), start);
 }
 
-TEST_F(TortureTest, ASampleOfEverythingLeavesTheProductWhole) {
-    const uint32_t seed = NumberFromEnvironment(L"TAVIX_TORTURE_SEED", GetTickCount());
+class TortureSample : public TortureTest {
+  protected:
+    TortureSample() : TortureTest(L"TAVIX_TORTURE_SEED") {}
+};
+
+TEST_F(TortureSample, ASampleOfEverythingLeavesTheProductWhole) {
+    const uint32_t seed = NumberFromEnvironment(L"TAVIX_TORTURE_SEED", 0);
     const DWORD start = GetTickCount();
     printf("seed %u\n", seed);
     const Total total =
@@ -170,10 +180,8 @@ TEST_F(TortureTest, ASampleOfEverythingLeavesTheProductWhole) {
 
 class LongTortureTest : public TortureTest {
   protected:
-    void SetUp() override {
-        if (!IsLongRun()) GTEST_SKIP() << "a long test; TAVIX_LONG_TESTS=1 asks for it";
-        TortureTest::SetUp();
-    }
+    LongTortureTest() : TortureTest(L"TAVIX_LONG_TESTS") {}
+
     // All, or those that TAVIX_TORTURE_FLOWS names as "first-last".
     std::pair<size_t, size_t> ChosenFlows() const {
         wchar_t text[20] = L"";

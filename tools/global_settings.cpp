@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include <richedit.h>
@@ -130,12 +131,15 @@ void ShowChoices(HWND dialog, GlobalSettings& settings, const GlobalChoices& cho
     ShowPrefetchMode(dialog, settings);
 }
 
-void ReadPortNames(HWND dialog, GlobalChoices& choices) {
-    GetDlgItemTextW(dialog, IDC_GLOBAL_PORT_NAMES, choices.portNames,
-                    static_cast<int>(std::size(choices.portNames)));
+// False when there are names that cannot be read.
+bool ReadPortNames(HWND dialog, GlobalChoices& choices) {
+    const UINT read = GetDlgItemTextW(dialog, IDC_GLOBAL_PORT_NAMES, choices.portNames,
+                                      static_cast<int>(std::size(choices.portNames)));
+    return read != 0 || SendDlgItemMessageW(dialog, IDC_GLOBAL_PORT_NAMES, WM_GETTEXTLENGTH, 0, 0) == 0;
 }
 
-GlobalChoices ReadChoices(HWND dialog, const GlobalSettings& settings) {
+// Nothing when the names cannot be read: empty ones would be saved in their place.
+std::optional<GlobalChoices> ReadChoices(HWND dialog, const GlobalSettings& settings) {
     GlobalChoices choices = {};
     for (size_t i = 0; i < std::size(kGlobalChecks); ++i) {
         const int id = kGlobalChecks[i].controlId;
@@ -145,7 +149,7 @@ GlobalChoices ReadChoices(HWND dialog, const GlobalSettings& settings) {
     for (size_t i = 0; i < std::size(kGlobalLists); ++i)
         choices.selections[i] = SelectionOf(dialog, kGlobalLists[i].controlId);
     choices.preferPortNames = IsBoxChecked(dialog, IDC_GLOBAL_PREFER_PORT_NAMES);
-    ReadPortNames(dialog, choices);
+    if (!ReadPortNames(dialog, choices)) return std::nullopt;
     return choices;
 }
 
@@ -181,10 +185,12 @@ void AllGlb_ReloadDlgInfo(HWND dialog, GlobalSettings& settings) {
     ShowDriverVersion(dialog);
 }
 
-// False when the settings were not saved, which has been shown; the controls then stay as they are.
+// False when the settings were not saved; the controls then stay as they are. The driver's refusal is shown.
 bool AllGlb_SaveDlgInfo(HWND dialog, GlobalSettings& settings) {
+    const std::optional<GlobalChoices> choices = ReadChoices(dialog, settings);
+    if (!choices.has_value()) return false;
     GlobalCfg_st record = settings.record;
-    ApplyGlobalChoices(settings.shown, ReadChoices(dialog, settings), record);
+    ApplyGlobalChoices(settings.shown, *choices, record);
     const UfAppErr error = SetGlobalCfg(record);
     if (error == UfAppErr_AccessDenied) {
         ErrorBox(dialog, L"%s", kNotAdministratorText);

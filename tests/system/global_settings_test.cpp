@@ -345,6 +345,21 @@ TEST_F(PreferredNames, UncheckedAndCheckedAgainAreThoseFromBefore) {
               BytesOf(SampleRecord()));
 }
 
+TEST_F(PreferredNames, ThatCannotBeReadAreNotReplacedByNone) {
+    Store(SampleRecord());
+    Open([this] {
+        TakeRequests();
+        REPLACE_CALL(text, GetDlgItemTextW, [](HWND, int, wchar_t* buffer, int) {
+            buffer[0] = L'\0';
+            return UINT{0};
+        });
+        dialog_.Click(IDOK);
+        EXPECT_TRUE(TakeRequests().empty());
+        EXPECT_TRUE(IsOpen()) << "what the user chose is not lost";
+        dialog_.Click(IDCANCEL);
+    });
+}
+
 // ---- pre-fetch ----
 
 class PrefetchMode : public GlobalSettingsDialog {

@@ -48,6 +48,12 @@ void ChangeOwner(FlexiInfoState& state, bool attach) noexcept {
     if (attach && !parentLives) ShowDetached(state.params.menuItems, state.params.menuItemCount);
 }
 
+// The box has taken the focus from its owner's control, and the owner would give it to its first one. Of a
+// detached box the owner has gone on by itself.
+void ReturnFocus(const FlexiInfoState& state, HWND focus) noexcept {
+    if (state.owner != nullptr && IsChild(GetActiveWindow(), focus)) SetFocus(focus);
+}
+
 // The system reports -1 or 0 when no dialog opened. A box destroyed from outside was not answered either.
 uint32_t ResultOf(const FlexiInfoState& state, INT_PTR result) noexcept {
     if (!state.opened) return kInfoBoxCreateFailed;
@@ -75,11 +81,14 @@ uint32_t FlexiInfoBoxFromTemplate(HINSTANCE instance, const wchar_t* resource,
     if (resource == nullptr && dialogTemplate == nullptr) return kInfoBoxNoTemplate;
     FlexiInfoState state;
     BuildState(state, parent, params, text);
-    for (;;) {
-        const INT_PTR result = RunDialog(state, instance, resource, dialogTemplate);
-        if (result != kReopenAttached && result != kReopenDetached) return ResultOf(state, result);
+    const HWND focus = GetFocus();
+    INT_PTR result = RunDialog(state, instance, resource, dialogTemplate);
+    while (result == kReopenAttached || result == kReopenDetached) {
         ChangeOwner(state, result == kReopenAttached);
+        result = RunDialog(state, instance, resource, dialogTemplate);
     }
+    ReturnFocus(state, focus);
+    return ResultOf(state, result);
 }
 
 uint32_t FlexiInfoBox(HWND parent, const FlexiInfoParams* params, wchar_t* text) noexcept {

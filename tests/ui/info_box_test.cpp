@@ -105,6 +105,58 @@ TEST_F(InfoBox, WithoutButtonsNoWindowHasTheFocusAtTheFirstRefresh) {
     EXPECT_EQ(focus, nullptr);
 }
 
+// Two edits in a dialog; the second has the focus.
+class InfoBoxOverADialog : public InfoBox {
+  protected:
+    InfoBoxOverADialog() {
+        driver_.Ignore(dialog_.get());
+        SetForegroundWindow(dialog_.get());
+        SetFocus(second_);
+    }
+    HWND FocusAfter(FlexiInfoParams params, const std::function<void(BoxView&)>& script) {
+        params.cbSize = sizeof(params);
+        params.okText = L"OK";
+        driver_.ExpectBox(L"FlexiInfo").Do(script);
+        wchar_t text[] = L"text";
+        FlexiInfoBox(dialog_.get(), &params, text);
+        return GetFocus();
+    }
+
+    OwnedWindow dialog_{CreateWindowExW(0, L"#32770", L"Owner", WS_POPUP | WS_VISIBLE, 300, 200, 300, 200,
+                                        nullptr, nullptr, nullptr, nullptr)};
+    HWND first_ = MakeEdit(10);
+    HWND second_ = MakeEdit(60);
+
+  private:
+    HWND MakeEdit(int y) const {
+        return CreateWindowExW(0, L"EDIT", L"", WS_CHILD | WS_VISIBLE | WS_TABSTOP, 10, y, 100, 24,
+                               dialog_.get(), nullptr, nullptr, nullptr);
+    }
+};
+
+TEST_F(InfoBoxOverADialog, TheOwnersControlHasTheFocusAgainAfterwards) {
+    EXPECT_EQ(FocusAfter({}, [](BoxView& box) { box.Press(kInfoBoxOkId); }), second_);
+}
+
+TEST_F(InfoBoxOverADialog, AfterADetachedBoxTheFocusStaysWhereTheUserHasPutIt) {
+    FlexiInfoParams params = {};
+    params.startDetached = 1;
+    const HWND focus = FocusAfter(params, [this](BoxView& box) {
+        SendMessageW(dialog_.get(), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(first_), TRUE);
+        box.Press(kInfoBoxOkId);
+    });
+    EXPECT_NE(focus, second_);
+}
+
+TEST_F(InfoBoxOverADialog, AControlThatIsGoneGetsNoFocus) {
+    const HWND focus = FocusAfter({}, [this](BoxView& box) {
+        SendMessageW(second_, WM_CLOSE, 0, 0);
+        box.Press(kInfoBoxOkId);
+    });
+    EXPECT_FALSE(IsWindow(second_));
+    EXPECT_NE(focus, second_);
+}
+
 TEST_F(InfoBox, ATemplateOfTheCallerIsUsed) {
     FlexiInfoParams params = {};
     params.okText = L"OK";

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <list>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "base/windows_api.h"
@@ -70,7 +71,7 @@ void PressDefault(BoxView& box) {
 }  // namespace
 
 struct ModalDriver::State {
-    const MenusWithoutPointer withoutPointer;
+    std::optional<MenusWithoutPointer> withoutPointer{std::in_place};
     // A box or menu that is being handled, until it is gone.
     struct Handled {
         HWND window;
@@ -280,6 +281,10 @@ ModalDriver::MenuExpectation& ModalDriver::ExpectMenu() {
 void ModalDriver::Ignore(HWND window) {
     const std::lock_guard lock(state_->mutex);
     state_->ignored.push_back(window);
+}
+
+void ModalDriver::LetMenusHeedPointer() {
+    state_->withoutPointer.reset();
 }
 
 std::vector<BoxRecord> ModalDriver::boxes() const {

@@ -116,6 +116,8 @@ class MenuView {
     HWND owner() const { return owner_; }
     MenuRecord Read() const;
     void Choose(UINT id) const;  // by the keyboard, through submenus as needed
+    // With the real pointer, which the menu must heed: see LetMenusHeedPointer.
+    void ChooseByMouse(UINT id) const;
     void Dismiss() const;
 
   private:
@@ -170,6 +172,8 @@ class ModalDriver {
     MenuExpectation& ExpectMenu();
     // A window that the test itself shows.
     void Ignore(HWND window);
+    // Menus otherwise do not see the pointer, wherever it rests. Called on the thread that made the driver.
+    void LetMenusHeedPointer();
 
     // What has been seen so far, in order; unexpected ones included.
     std::vector<BoxRecord> boxes() const;

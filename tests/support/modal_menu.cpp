@@ -5,6 +5,7 @@
 #include "base/windows_api.h"
 
 #include "tests/support/message_queue.h"
+#include "tests/support/real_input.h"
 #include "tests/support/wait_until.h"
 
 namespace {
@@ -57,6 +58,15 @@ bool FindPath(HMENU menu, UINT id, std::vector<int>& path) {
         path.pop_back();
     }
     return false;
+}
+
+// The visible window that shows the menu; null while there is none.
+HWND WindowOfMenu(HMENU menu) {
+    HWND window = nullptr;
+    do
+        window = FindWindowExW(nullptr, window, L"#32768", nullptr);
+    while (window != nullptr && (!IsWindowVisible(window) || MenuOfWindow(window) != menu));
+    return window;
 }
 
 int HighlightedPosition(HMENU menu) {
@@ -133,6 +143,24 @@ void MenuView::Choose(UINT id) const {
     }
     // The character, because a held Ctrl would make another one of the key.
     PostMessageW(owner_, WM_CHAR, L'\r', 0);
+    EXPECT_TRUE(WaitUntilSettled(window_));
+}
+
+void MenuView::ChooseByMouse(UINT id) const {
+    std::vector<int> path;
+    if (!FindPath(menu_, id, path)) {
+        ADD_FAILURE() << "no item " << id << " in the menu with\n" << NarrowText(Read().Texts());
+        return Dismiss();
+    }
+    HMENU menu = menu_;
+    for (const int position : path) {
+        HWND window = nullptr;
+        EXPECT_TRUE(WaitUntil("the menu's window", [&] { return (window = WindowOfMenu(menu)) != nullptr; }));
+        RECT item = {};
+        GetMenuItemRect(window, menu, static_cast<UINT>(position), &item);
+        ClickAt({(item.left + item.right) / 2, (item.top + item.bottom) / 2});
+        menu = GetSubMenu(menu, position);
+    }
     EXPECT_TRUE(WaitUntilSettled(window_));
 }
 

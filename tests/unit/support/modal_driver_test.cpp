@@ -161,6 +161,15 @@ class PointerAt {
     POINT before_ = {};
 };
 
+TEST_F(ModalMenu, AnItemIsChosenByTheRealMouse) {
+    ModalDriver driver;
+    driver.LetMenusHeedPointer();
+    for (const UINT id : {1u, 3u, 22u}) {
+        driver.ExpectMenu().Do([id](MenuView& menu) { menu.ChooseByMouse(id); });
+        EXPECT_EQ(Track(), static_cast<int>(id));
+    }
+}
+
 TEST_F(ModalMenu, TheItemIsChosenWhereverThePointerRests) {
     for (int y = 30; y < 150; y += 10) {
         const PointerAt pointer({45, y});

@@ -5,9 +5,12 @@
 #include <prsht.h>
 
 #include "resources/resource_ids.h"
+#include "tests/support/held_keys.h"
 #include "tests/support/leak_counters.h"
 #include "tests/support/long_run.h"
+#include "tests/support/real_input.h"
 #include "tests/support/screenshot.h"
+#include "tests/support/wait_until.h"
 
 namespace {
 
@@ -156,7 +159,64 @@ TEST_F(VbusPageTest, TheMenuOpensTheIrpStates) {
     OpenPage();
     modal_.ExpectBox(kIrpTitle).Press(IDOK);
     Choose(1047);
-    EXPECT_EQ(modal_.boxes().size(), 1u);
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].owner, frame_.get());
+}
+
+// Only the tools menu knows of detached boxes.
+TEST_F(VbusPageTest, TheIrpStatesAreAttachedWithCtrlToo) {
+    OpenPage();
+    modal_.ExpectBox(kIrpTitle).Press(IDOK);
+    const HeldKeys keys({VK_CONTROL});
+    Choose(1047);
+    ASSERT_EQ(modal_.boxes().size(), 1u);
+    EXPECT_EQ(modal_.boxes()[0].owner, frame_.get());
+}
+
+// ---- with the real mouse and keyboard
+
+class VbusPageInputTest : public VbusPageTest {
+  protected:
+    void OpenPage() {
+        VbusPageTest::OpenPage();
+        EnableWindow(page_, TRUE);  // as the sheet does
+        SetForegroundWindow(frame_.get());
+        modal_.LetMenusHeedPointer();
+    }
+    // On the name, with the left button. Returns when what it brought about is done.
+    void DoubleClick() {
+        ClickOn(GetDlgItem(page_, IDC_VBUS_DEVELOPER_MENU), 2);
+        EXPECT_TRUE(PumpUntil("the menu", [this] { return !modal_.menus().empty(); }));
+    }
+};
+
+TEST_F(VbusPageInputTest, ADoubleClickAndAClickOnAnEntryChoose) {
+    OpenPage();
+    modal_.ExpectMenu().Do([](MenuView& menu) { menu.ChooseByMouse(1061); });
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView&) { TypeKeys({'N'}); });
+    DoubleClick();
+    EXPECT_EQ(BoxText(0), L"Create Dangle VCOM 1 ?");
+    EXPECT_TRUE(TakeRequests().empty());
+}
+
+TEST_F(VbusPageInputTest, TheArrowsAndEnterChooseAndAnswer) {
+    OpenPage();
+    modal_.ExpectMenu().Do([](MenuView&) {
+        for (const WORD key : {WORD{VK_DOWN}, WORD{VK_DOWN}, WORD{VK_RETURN}})
+            TypeKeys({key});
+    });
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView&) { TypeKeys({VK_RETURN}); });
+    modal_.ExpectBox(L"TAVIX Message").Do([](BoxView&) { TypeKeys({VK_ESCAPE}); });
+    DoubleClick();
+    EXPECT_EQ(BoxText(1), L"Creating dangle VCOM Success (dangle.0).");
+}
+
+TEST_F(VbusPageInputTest, EscapeLeavesTheMenu) {
+    OpenPage();
+    modal_.ExpectMenu().Do([](MenuView&) { TypeKeys({VK_ESCAPE}); });
+    DoubleClick();
+    EXPECT_TRUE(modal_.boxes().empty());
+    EXPECT_TRUE(TakeRequests().empty());
 }
 
 struct DangleRow {
@@ -271,6 +331,11 @@ TEST_F(VbusPageTest, TheCrashIsAskedForAndRecordedByTheSimulation) {
         L"Do you want to generate a BSOD now ?\?!! \n\nRemember to enable kernel memory dump so that you can "
         L"check it back later.");
     EXPECT_EQ(BoxText(1), L"IOCTL_TAVIX_BSOD returns 50(UnknownWinErrCode)");
+    EXPECT_EQ(modal_.boxes()[0].icon, static_cast<UINT>(MB_ICONQUESTION));
+    EXPECT_EQ(modal_.boxes()[0].Buttons(), (std::vector<int>{IDYES, IDNO}));
+    EXPECT_EQ(modal_.boxes()[1].icon, static_cast<UINT>(MB_ICONINFORMATION));
+    for (const BoxRecord& box : modal_.boxes())
+        EXPECT_EQ(box.owner, frame_.get());
     ASSERT_EQ(TakeRequests(), Names{L"BSOD"});
     EXPECT_EQ(taken()[0].input, (std::vector<uint8_t>{'B', 'S', 'O', 'D'}));
     SimInfo_st info = {};
@@ -294,6 +359,7 @@ TEST_F(VbusPageTest, APageWithoutAnObjectShowsItsControlsAndDoesNothing) {
     EXPECT_TRUE(modal_.menus().empty());
     EXPECT_TRUE(TakeRequests().empty());
     EXPECT_TRUE(Answer(WM_HELP));
+    EXPECT_TRUE(Answer(WM_INITDIALOG));
 }
 
 // ---- the page goes away meanwhile
@@ -338,6 +404,36 @@ TEST_F(VbusPageTest, APageThatGoesWithItsQuestionSendsNothing) {
         page_ = nullptr;
     }
 }
+
+struct OpenBoxRow {
+    const char* name;
+    UINT command;
+    const wchar_t* title;
+    bool questionFirst;
+};
+void PrintTo(const OpenBoxRow& row, std::ostream* out) {
+    *out << row.name;
+}
+
+class VbusPageOpenBoxTest : public VbusPageTest, public testing::WithParamInterface<OpenBoxRow> {};
+
+TEST_P(VbusPageOpenBoxTest, APageClosedBehindItTakesItAlong) {
+    OpenPage();
+    if (GetParam().questionFirst) modal_.ExpectBox(L"TAVIX Message").Press(IDYES);
+    modal_.ExpectBox(GetParam().title).DoAndLeaveOpen([&](BoxView&) {
+        PostMessageW(frame_.get(), WM_CLOSE, 0, 0);
+    });
+    Choose(GetParam().command);
+    ASSERT_EQ(modal_.boxes().size(), GetParam().questionFirst ? 2u : 1u);
+    EXPECT_FALSE(IsWindow(modal_.boxes().back().window));
+    page_ = nullptr;
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, VbusPageOpenBoxTest,
+                         testing::Values(OpenBoxRow{"IrpStates", 1047, kIrpTitle, false},
+                                         OpenBoxRow{"DangleVcom", 1060, L"TAVIX Message", true},
+                                         OpenBoxRow{"Crash", 1054, L"TAVIX Message", true}),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // A thousand menus, run by TAVIX_LONG_TESTS, leave as little behind.
 TEST_F(VbusPageTest, NothingRemainsOfTheMenu) {

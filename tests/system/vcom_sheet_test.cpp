@@ -1,96 +1,15 @@
-// The VCOM page in the property sheet that Device Manager would make: asked for through the device installer,
-// with another page to go to, and the sheet's own buttons.
-#include <array>
-#include <atomic>
-#include <memory>
+// What the sheet's own buttons and its end do to the VCOM page, and the package's terminal.
+#include "tests/system/vcom_sheet_fixture.h"
 
-#include "base/windows_api.h"
+#include <atomic>
 
 #include <commctrl.h>
-#include <prsht.h>
 
 #include "resources/resource_ids.h"
-#include "tests/support/modal_driver.h"
 #include "tests/support/screenshot.h"
 #include "tests/support/wait_until.h"
-#include "tests/system/package_fixture.h"
 
 namespace {
-
-constexpr uint32_t kTakenPort = 20;
-constexpr int kOtherPort = 31;
-
-// A page without controls.
-struct EmptyTemplate {
-    DLGTEMPLATE head = {DS_CONTROL | WS_CHILD | WS_CAPTION, 0, 0, 0, 0, 257, 215};
-    WORD menuClassTitle[3] = {0, 0, 0};
-};
-
-INT_PTR CALLBACK EmptyPageProc(HWND, UINT message, WPARAM, LPARAM) {
-    return message == WM_INITDIALOG;
-}
-
-class VcomSheetTest : public PackageTest {
-  protected:
-    // The VCOM page in front, an empty one behind it.
-    void OpenSheet() {
-        Plug(first);
-        ASSERT_EQ(driver.SetPortState(kTakenPort, kPortOfPresentDevice), static_cast<DWORD>(ERROR_SUCCESS));
-        node_ = std::make_unique<OpenedNode>(VcomInstanceId(first));
-        ASSERT_TRUE(*node_);
-        header_.dwSize = sizeof(header_);
-        header_.phpage = pages_.data();
-        ASSERT_TRUE(SetupDiGetClassDevPropertySheetsW(node_->set(), node_->element(), &header_,
-                                                      static_cast<DWORD>(pages_.size()), nullptr,
-                                                      DIGCDP_FLAG_ADVANCED));
-        ASSERT_EQ(header_.nPages, 1u);
-        PROPSHEETPAGEW empty = {};
-        empty.dwSize = sizeof(empty);
-        empty.dwFlags = PSP_DLGINDIRECT | PSP_USETITLE;
-        empty.pResource = &template_.head;
-        empty.pszTitle = L"Empty";
-        empty.pfnDlgProc = EmptyPageProc;
-        pages_[header_.nPages++] = CreatePropertySheetPageW(&empty);
-        header_.dwFlags = PSH_MODELESS;
-        header_.pszCaption = L"VCOM sheet test";
-        sheet_.reset(reinterpret_cast<HWND>(PropertySheetW(&header_)));
-        ASSERT_TRUE(sheet_);
-        SetForegroundWindow(sheet_.get());
-        PumpPendingMessages();
-        page_ = PropSheet_GetCurrentPageHwnd(sheet_.get());
-        ASSERT_NE(GetDlgItem(page_, IDC_VCOM_PORT_NAME), nullptr);
-        modal_ = std::make_unique<ModalDriver>();
-    }
-    void TearDown() override {
-        modal_.reset();
-        sheet_.reset();
-        node_.reset();
-        PackageTest::TearDown();
-    }
-    void Select(int portNumber) {
-        SendDlgItemMessageW(page_, IDC_VCOM_PORT_NAME, CB_SETCURSEL, static_cast<WPARAM>(portNumber - 1), 0);
-    }
-    HWND CurrentPage() const { return PropSheet_GetCurrentPageHwnd(sheet_.get()); }
-    std::wstring DeviceHuid() {
-        return driver.FindDevice(first.InstanceId()).value_or(SimDeviceState_st{}).huid;
-    }
-    std::wstring PortName() {
-        return driver.FindDevice(first.InstanceId()).value_or(SimDeviceState_st{}).portName;
-    }
-    std::wstring BoxText(size_t index) const {
-        return index < modal_->boxes().size() ? modal_->boxes()[index].text : L"";
-    }
-
-    OwnedWindow sheet_;
-    HWND page_ = nullptr;
-    std::unique_ptr<ModalDriver> modal_;
-
-  private:
-    EmptyTemplate template_;
-    std::unique_ptr<OpenedNode> node_;
-    std::array<HPROPSHEETPAGE, 20> pages_ = {};
-    PROPSHEETHEADERW header_ = {};
-};
 
 constexpr wchar_t kConflict[] = L"Your selected PortName \"COM20 (!)\" may cause conflict";
 

@@ -4,10 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "driver/vbus.h"
-#include "tests/support/resource_library.h"
-#include "tests/support/scratch_system_directory.h"
 #include "tests/support/screenshot.h"
-#include "tests/support/temporary_file.h"
 #include "tests/system/tools_menu_fixture.h"
 #include "ui/custom_resource.h"
 
@@ -30,29 +27,25 @@ class AboutTest : public ToolsMenuTest {
         ASSERT_EQ(driver_.SetVersion(version), ERROR_SUCCESS);
         OpenIdlePage();
     }
-    void TearDown() override {
-        FreeCustomResourceLibrary();
-        ToolsMenuTest::TearDown();
-    }
     // The text that the box shows when it is opened by the menu.
     std::wstring AboutByMenu(const wchar_t* picture) {
         ExpectAbout(picture);
         Choose(1043);
         return ShownText();
     }
-    // The same with keys held, which would get in the menu's way.
-    std::wstring AboutWith(std::initializer_list<int> keys) {
-        const HeldKeys held(keys);
-        ExpectAbout(nullptr);
-        ShowAbout(page_);
+    // The same with keys held when it is chosen, which would get in a real menu's way.
+    std::wstring AboutWith(const std::vector<int>& keys) {
+        REPLACE_CALL(track, TrackPopupMenuEx, [&](HMENU, UINT, int, int, HWND, LPTPMPARAMS) {
+            BYTE held[256] = {};
+            for (const int key : keys)
+                held[key] = 0x80;
+            SetKeyboardState(held);
+            return BOOL{1043};
+        });
+        ExpectAbout(keys.size() == 3 ? L"about_credits" : nullptr);
+        Click(IDC_VCOM_TOOLS);
+        const HeldKeys none({});
         return ShownText();
-    }
-    void UseCustomer(const ResourceLibrary& library) {
-        Bytes image = library.Build();
-        StampImage(&image);
-        WriteWholeFile(system_.CustomLibraryPath(), image);
-        LoadCustomResourceLibrary();
-        ASSERT_TRUE(IsCustomResourceActive());
     }
     HICON ShownIcon() const { return icon_; }
 
@@ -70,7 +63,6 @@ class AboutTest : public ToolsMenuTest {
     }
 
     HICON icon_ = nullptr;
-    ScratchSystemDirectory system_;
 };
 
 TEST_F(AboutTest, ShowsTheVersionAndOurOwnLine) {
@@ -78,7 +70,10 @@ TEST_F(AboutTest, ShowsTheVersionAndOurOwnLine) {
     EXPECT_EQ(text.rfind(std::wstring(kVersion) + L"Copyright", 0), 0u) << text.c_str();
     EXPECT_EQ(text.substr(text.size() - 2), L"\r\n");
     EXPECT_EQ(modal_.boxes()[0].owner, frame_.get());
+    EXPECT_EQ(modal_.boxes()[0].ControlText(IDOK), L"OK");
+    EXPECT_EQ(modal_.boxes()[0].Buttons(), std::vector<int>{IDOK});
     EXPECT_EQ(ShownIcon(), CustomSmallIcon());
+    EXPECT_EQ(TakeRequests(), std::vector<std::wstring>{L"GetDriverVersion"});
 }
 
 TEST_F(AboutTest, ADebugDriverIsNamed) {
@@ -101,6 +96,19 @@ TEST_F(AboutTest, AVersionRequestThatFailsDoesTheSame) {
     ASSERT_EQ(driver_.FailNext(IOCTL_TAVIX_GetDriverVersion, static_cast<int32_t>(0xC0000022)),
               ERROR_SUCCESS);
     EXPECT_EQ(AboutByMenu(nullptr).rfind(L"TAVIX port driver ([TAVIX])\r\n\r\n", 0), 0u);
+}
+
+TEST_F(AboutTest, AShortVersionCountsAsFarAsItCame) {
+    struct Row {
+        uint32_t bytes;
+        const wchar_t* version;
+    };
+    for (const Row& row : {Row{0, L"TAVIX 0.0.0"}, Row{4, L"TAVIX 1.0.0"}, Row{12, L"TAVIX 1.7.11"}}) {
+        ASSERT_EQ(driver_.ShortenNext(IOCTL_TAVIX_GetDriverVersion, row.bytes), ERROR_SUCCESS);
+        EXPECT_EQ(
+            AboutByMenu(nullptr).rfind(std::wstring(L"TAVIX port driver (") + row.version + L")\r\n", 0), 0u)
+            << row.bytes;
+    }
 }
 
 TEST_F(AboutTest, OnlyAllThreeKeysTogetherAddALine) {
@@ -135,9 +143,31 @@ TEST_F(AboutTest, ACustomersLongTextIsCut) {
 
 TEST_F(AboutTest, TheMenuFollowsACustomersLibrary) {
     UseCustomer(CustomerLibrary());
-    Dismiss();
-    EXPECT_EQ(LastMenu().Texts(), L"&Flowpath stat\n&USB device property\n-\n&About TAVIX\n");
+    const HeldKeys keys({VK_SHIFT});
+    WithMenu([](MenuView& menu) {
+        SaveScreenshot(nullptr, L"tools_menu_customer");
+        menu.Dismiss();
+    });
+    EXPECT_EQ(LastMenu().Texts().rfind(L"&Flowpath stat\n&USB device property\n-\n&About TAVIX\n-\n", 0), 0u);
     EXPECT_EQ(LastMenu().Item(1043)->bitmap, nullptr);
+    EXPECT_NE(LastMenu().Item(1046)->bitmap, nullptr);
+    EXPECT_NE(LastMenu().Item(1047)->bitmap, nullptr);
+}
+
+// Only the first character of the customer's switch counts.
+TEST_F(AboutTest, TheGuidesEntryFollowsACustomersSwitchOfAnyLength) {
+    struct Row {
+        std::wstring text;
+        bool hidden;
+    };
+    for (const Row& row : {Row{L"", false}, Row{L"0", false}, Row{std::wstring(1000, L'1'), true},
+                           Row{std::wstring(1000, L'x'), false}}) {
+        ResourceLibrary library = CustomerLibrary();
+        library.SetString(18004, row.text);
+        UseCustomer(library);
+        Dismiss();
+        EXPECT_EQ(LastMenu().Item(1044) == nullptr, row.hidden) << row.text.substr(0, 5).c_str();
+    }
 }
 
 }  // namespace

@@ -1,7 +1,25 @@
 #include "tests/system/tools_menu_fixture.h"
 
 #include "resources/resource_ids.h"
+#include "tests/support/temporary_file.h"
 #include "tests/support/wait_until.h"
+#include "ui/custom_resource.h"
+
+void ToolsMenuTest::TearDown() {
+    FreeCustomResourceLibrary();
+    VcomPageTest::TearDown();
+}
+
+void ToolsMenuTest::UseCustomer(const ResourceLibrary& library) {
+    FreeCustomResourceLibrary();
+    system_.reset();
+    system_.emplace();
+    Bytes image = library.Build();
+    StampImage(&image);
+    WriteWholeFile(system_->CustomLibraryPath(), image);
+    LoadCustomResourceLibrary();
+    ASSERT_TRUE(IsCustomResourceActive());
+}
 
 void ToolsMenuTest::OpenIdlePage() {
     OpenPage();

@@ -2,14 +2,21 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
+#include "tests/support/resource_library.h"
+#include "tests/support/scratch_system_directory.h"
 #include "tests/system/vcom_page_fixture.h"
 #include "tools/tool_host.h"
 
 class ToolsMenuTest : public VcomPageTest {
   protected:
+    void TearDown() override;
+
     void OpenIdlePage();
+    // Installs and loads the library for the rest of the test.
+    void UseCustomer(const ResourceLibrary& library);
     // Opens the menu by its button and has it seen by `script`, which ends it. Returns when what was chosen
     // is done.
     void WithMenu(std::function<void(MenuView&)> script);
@@ -20,4 +27,7 @@ class ToolsMenuTest : public VcomPageTest {
     std::wstring BoxText(size_t index) const;
     // What the page would lend.
     ToolHost Host();
+
+  private:
+    std::optional<ScratchSystemDirectory> system_;
 };

@@ -336,6 +336,12 @@ TEST_P(ToolsMenuBlindRunFailureTest, IsReportedWithTheRequestsName) {
 INSTANTIATE_TEST_SUITE_P(
     Rows, ToolsMenuBlindRunFailureTest,
     testing::Values(
+        BlindRunFailureRow{"StartLost", 0, 1064, IOCTL_TAVIX_StartBlindRun, static_cast<int32_t>(0xC000009D),
+                           L"IOCTL_TAVIX_StartBlindRun execution error.\n\nFlowpath is lost."},
+        BlindRunFailureRow{"StopDenied", 1, 1065, IOCTL_TAVIX_StopBlindRun, static_cast<int32_t>(0xC0000022),
+                           L"IOCTL_TAVIX_StopBlindRun execution error.\n\nWinErr=5(ERROR_ACCESS_DENIED)"},
+        BlindRunFailureRow{"StopUnknown", 1, 1065, IOCTL_TAVIX_StopBlindRun, static_cast<int32_t>(0xC0000035),
+                           L"IOCTL_TAVIX_StopBlindRun execution error.\n\nWinErr=183(UnknownWinErrCode)"},
         BlindRunFailureRow{"StartDenied", 0, 1064, IOCTL_TAVIX_StartBlindRun,
                            static_cast<int32_t>(0xC0000022),
                            L"IOCTL_TAVIX_StartBlindRun execution error.\n\nWinErr=5(ERROR_ACCESS_DENIED)"},
@@ -392,6 +398,8 @@ TEST_F(ToolsMenuTest, TheKeysNumberTheDangleVcom) {
               (Names{L"GetFlowpathStat", L"CreateDangleVcom", L"GetFlowpathStat", L"CreateDangleVcom"}));
     EXPECT_EQ(taken()[1].input, (std::vector<uint8_t>{2, 0, 0, 0}));
     EXPECT_EQ(taken()[3].input, (std::vector<uint8_t>{3, 0, 0, 0}));
+    EXPECT_EQ(modal_.boxes()[0].icon, static_cast<UINT>(MB_ICONINFORMATION));
+    EXPECT_EQ(modal_.boxes()[0].owner, frame_.get());
     EXPECT_EQ(BoxText(0), L"Creating dangle VCOM Success (dangle.2).");
     EXPECT_EQ(BoxText(1), L"Creating dangle VCOM Success (dangle.3).");
 }
@@ -521,7 +529,8 @@ TEST_P(ToolsMenuOpenBoxTest, ASheetClosedBehindItTakesItAlong) {
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, ToolsMenuOpenBoxTest,
-    testing::Values(OpenBoxRow{"About", 1043, L"About TAVIX"}, OpenBoxRow{"NoGuide", 1044, L"TAVIX Message"},
+    testing::Values(OpenBoxRow{"FlowpathStat", 1045, L"<TAVIX Scanner (COM5)> Flowpath Statistics"},
+                    OpenBoxRow{"About", 1043, L"About TAVIX"}, OpenBoxRow{"NoGuide", 1044, L"TAVIX Message"},
                     OpenBoxRow{"NoUsbDevice", 1051, L"TAVIX Message"},
                     OpenBoxRow{"UsbTweak", 1046, L"<TAVIX Scanner (COM5)> USB device tweak"},
                     OpenBoxRow{"IrpStates", 1047, L"TAVIX internal IRP state"},

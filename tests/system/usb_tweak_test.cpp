@@ -3,9 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include "driver/device_info.h"
 #include "driver/vbus.h"
 #include "resources/resource_ids.h"
-#include "tests/support/leak_counters.h"
+#include "tests/support/real_input.h"
 #include "tests/support/screenshot.h"
 #include "tests/support/wait_until.h"
 #include "tests/system/tools_menu_fixture.h"
@@ -160,15 +161,76 @@ TEST_F(UsbTweakTest, ADeviceWithoutAnIdentitySendsNothing) {
     EXPECT_EQ(ResultTexts(), Names{L"Operation result: WinErr=1167(ERROR_DEVICE_NOT_CONNECTED)"});
 }
 
-TEST_F(UsbTweakTest, EscapeAndTheCloseBoxCloseIt) {
+TEST_F(UsbTweakTest, EscapeAndTheCloseBoxCloseItWithTwo) {
+    std::vector<INT_PTR> results;
+    REPLACE_CALL(end, EndDialog, [&](HWND dialog, INT_PTR result) {
+        results.push_back(result);
+        return EndDialog(dialog, result);
+    });
     modal_.ExpectBox(kCaption).Do([](BoxView& dialog) { dialog.Post(WM_KEYDOWN, VK_ESCAPE); });
     ShowUsbTweak(Host(), false);
     modal_.ExpectBox(kCaption).Do([](BoxView& dialog) { dialog.Close(); });
     ShowUsbTweak(Host(), false);
     EXPECT_TRUE(TakeRequests().empty());
+    EXPECT_EQ(results, (std::vector<INT_PTR>{2, 2}));
 }
 
-TEST_F(UsbTweakTest, HasTheSmallIconAndTheNewCommonControls) {
+// With the real keyboard alone: Space for the button with the focus, the mnemonics for the others.
+TEST_F(UsbTweakTest, TheKeyboardReachesEveryButtonAndLeaves) {
+    modal_.ExpectBox(kCaption).Do([this](BoxView& dialog) {
+        size_t results = 0;
+        for (const WORD key : {WORD{VK_SPACE}, WORD{'I'}, WORD{'R'}, WORD{'C'}, WORD{'O'}}) {
+            modal_.ExpectBox(L"Result").Do([](BoxView&) { TypeKeys({VK_RETURN}); });
+            TypeKeys({key});
+            ++results;
+            dialog.WaitFor("the result", [&] { return modal_.boxes().size() == 1 + results; });
+            dialog.WaitFor("the dialog to be back", [&] { return GetForegroundWindow() == dialog.window(); });
+            dialog.Settle();
+        }
+        TypeKeys({VK_ESCAPE});
+    });
+    ShowUsbTweak(Host(), false);
+    EXPECT_EQ(TakeRequests(), (Names{L"UsbTweak0", L"UsbTweak1", L"UsbTweak2", L"UsbTweak3", L"UsbTweak0"}));
+}
+
+TEST_F(UsbTweakTest, ACustomersIconIsTheDialogs) {
+    UseCustomer(CustomerLibrary());
+    LRESULT icon = 0;
+    modal_.ExpectBox(kCaption).Do([&](BoxView& dialog) {
+        icon = dialog.Send(WM_GETICON, ICON_SMALL);
+        SaveScreenshot(dialog.window(), L"usb_tweak_customer");
+        dialog.Close();
+    });
+    ShowUsbTweak(Host(), false);
+    EXPECT_EQ(reinterpret_cast<HICON>(icon), CustomSmallIcon());
+    EXPECT_NE(CustomSmallIcon(), LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDI_TAVIX_SMALL)));
+}
+
+TEST_F(UsbTweakTest, ALongNameIsWholeInTheCaption) {
+    const std::wstring name(kFriendlyNameChars - 1, L'n');
+    REPLACE_CALL(
+        property, SetupDiGetDeviceRegistryPropertyW,
+        [&](HDEVINFO, SP_DEVINFO_DATA*, DWORD, DWORD* type, BYTE* buffer, DWORD bytes, DWORD* needed) {
+            const auto size = static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t));
+            if (needed != nullptr) *needed = size;
+            if (type != nullptr) *type = REG_SZ;
+            if (bytes < size) {
+                SetLastError(ERROR_INSUFFICIENT_BUFFER);
+                return FALSE;
+            }
+            memcpy(buffer, name.c_str(), size);
+            return TRUE;
+        });
+    std::wstring caption;
+    modal_.ExpectBox().Do([&](BoxView& dialog) {
+        caption = dialog.Title();
+        dialog.Close();
+    });
+    ShowUsbTweak(Host(), false);
+    EXPECT_EQ(caption, L"<" + name + L"> USB device tweak");
+}
+
+TEST_F(UsbTweakTest, HasTheSmallIcon) {
     LRESULT bigIcon = 0;
     LRESULT smallIcon = 0;
     modal_.ExpectBox(kCaption).Do([&](BoxView& dialog) {
@@ -222,6 +284,20 @@ TEST_F(UsbTweakTest, ADetachedDialogOutlivesThePage) {
     ShowUsbTweak(Host(), true);
     EXPECT_EQ(TakeRequests(), Names{L"UsbTweak0"});
     EXPECT_EQ(taken()[0].DeviceName(), tail);
+    page_ = nullptr;
+}
+
+// Everything that lies upon the sheet goes with it.
+TEST_F(UsbTweakTest, ASheetClosedBehindAResultTakesBothAlong) {
+    modal_.ExpectBox(L"Result").DoAndLeaveOpen([this](BoxView&) {
+        SendMessageW(frame_.get(), WM_CLOSE, 0, 0);
+        EXPECT_TRUE(WaitUntil("the page to be gone", [&] { return !IsWindow(page_); }));
+    });
+    modal_.ExpectBox(kCaption).DoAndLeaveOpen([](BoxView& dialog) { dialog.Press(1100); });
+    ShowUsbTweak(Host(), false);
+    ASSERT_EQ(modal_.boxes().size(), 2u);
+    for (const BoxRecord& box : modal_.boxes())
+        EXPECT_FALSE(IsWindow(box.window));
     page_ = nullptr;
 }
 

@@ -234,6 +234,7 @@ TEST_F(IrpStateTest, AltShowsTheTextOnceInAPlainBox) {
     ASSERT_EQ(modal_.boxes().size(), 1u);
     const BoxRecord box = modal_.boxes()[0];
     EXPECT_EQ(box.text, L"plain");
+    EXPECT_EQ(box.owner, owner_.get());
     EXPECT_EQ(box.icon, static_cast<UINT>(MB_ICONINFORMATION));
     EXPECT_EQ(box.Buttons(), std::vector<int>{IDOK});
     EXPECT_EQ(RequestCount(), 1u);

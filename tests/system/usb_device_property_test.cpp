@@ -71,6 +71,7 @@ TEST_F(UsbDevicePropertyTest, AnOfflineDeviceIsReportedAndNothingIsOpened) {
     modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
     Choose(1051);
     EXPECT_EQ(BoxText(0), L"Error in GetUsbdPathOfVcom(). UfAppErr=10(UfAppErr_UsbDeviceOffline).");
+    EXPECT_EQ(modal_.boxes()[0].owner, frame_.get());
     EXPECT_TRUE(g_launches.empty());
 }
 
@@ -118,6 +119,8 @@ TEST_F(UsbDevicePropertyTest, ASystemWithoutTheLauncherIsReported) {
     modal_.ExpectBox(L"TAVIX Message").Press(IDOK);
     Choose(1051);
     EXPECT_EQ(BoxText(0), L"WinErr=-536870674(UnknownWinErrCode)");
+    EXPECT_EQ(modal_.boxes()[0].icon, static_cast<UINT>(MB_ICONERROR));
+    EXPECT_EQ(modal_.boxes()[0].owner, frame_.get());
     EXPECT_TRUE(g_launches.empty());
 }
 

@@ -132,6 +132,7 @@ TEST_F(UserGuideTest, AMissingFileIsReportedWithItsPath) {
     EXPECT_EQ(BoxText(0),
               L"Error: User guide pdf not found:\n\nC:\\Nowhere\\tavix-inf-pkg\\TAVIX user guide - ENG.pdf");
     EXPECT_EQ(modal_.boxes()[0].icon, static_cast<UINT>(MB_ICONERROR));
+    EXPECT_EQ(modal_.boxes()[0].owner, owner_.get());
     EXPECT_FALSE(opened_.has_value());
 }
 

@@ -5,9 +5,11 @@
 #include <algorithm>
 
 #include <commctrl.h>
+#include <shellapi.h>
 
 #include "driver/protocol.h"
 #include "resources/resource_ids.h"
+#include "tests/support/import_redirect.h"
 #include "tests/support/real_input.h"
 #include "tests/support/screenshot.h"
 #include "tests/support/wait_until.h"
@@ -28,11 +30,23 @@ bool Contains(const std::wstring& text, const wchar_t* part) {
 
 class VcomSheetInputTest : public VcomSheetTest {
   protected:
-    // At the screen's corner, away from boxes in its middle; the focus is where the sheet puts it.
+    // At the screen's corner, away from boxes in its middle; the focus is where the sheet puts it. No program
+    // shows the user guide.
     void SetUp() override {
         OpenSheet();
+        shell_ = std::make_unique<ReplacedCall<ShellExecuteExW>>(
+            "ShellExecuteExW",
+            [](SHELLEXECUTEINFOW*) {
+                SetLastError(ERROR_NO_ASSOCIATION);
+                return FALSE;
+            },
+            GetModuleHandleW(L"tavix_coinstaller.dll"));
         SetWindowPos(sheet_.get(), nullptr, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
         NewRequests();
+    }
+    void TearDown() override {
+        shell_.reset();
+        VcomSheetTest::TearDown();
     }
     HWND ToolsButton() const { return GetDlgItem(page_, IDC_VCOM_TOOLS); }
 
@@ -88,6 +102,9 @@ class VcomSheetInputTest : public VcomSheetTest {
     }
 
     std::vector<LoggedRequest> requests_;
+
+  private:
+    std::unique_ptr<ReplacedCall<ShellExecuteExW>> shell_;
 };
 
 struct MnemonicRow {
@@ -121,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
                     MnemonicRow{"Flowpath", 'F', kFlowpathTitle, L""},
                     MnemonicRow{"UsbDevice", 'U', L"TAVIX Message",
                                 L"Error in GetUsbdPathOfVcom(). UfAppErr=2(UfAppErr_Unknown)."},
-                    MnemonicRow{"Guide", 'G', L"TAVIX Message", L"Unexpect! Error reading registry item:"},
+                    MnemonicRow{"Guide", 'G', L"FlexiInfo", L""},
                     MnemonicRow{"About", 'A', L"About TAVIX", L""}),
     [](const auto& row) { return std::string(row.param.name); });
 
@@ -222,7 +239,7 @@ TEST_P(VcomSheetMouseTest, WithCtrlDetachesWhereThereIsSomethingToDetach) {
 INSTANTIATE_TEST_SUITE_P(
     Rows, VcomSheetMouseTest,
     testing::Values(MouseRow{"Flowpath", IDM_TOOLS_FLOWPATH_STAT, false, kFlowpathTitle, true},
-                    MouseRow{"Guide", IDM_TOOLS_USER_GUIDE, false, L"TAVIX Message", false},
+                    MouseRow{"Guide", IDM_TOOLS_USER_GUIDE, false, L"FlexiInfo", false},
                     MouseRow{"About", IDM_TOOLS_ABOUT, false, L"About TAVIX", false},
                     MouseRow{"FlowpathWithShift", IDM_TOOLS_FLOWPATH_STAT, true, kFlowpathTitle, true},
                     MouseRow{"UsbTweak", IDM_TOOLS_USB_TWEAK, true, kTweakTitle, true},

@@ -98,6 +98,53 @@ struct LoaderRow {
 void PrintTo(const LoaderRow& row, std::ostream* out) {
     *out << row.name;
 }
+// The platform draws the bitmaps of a menu. What it makes of plain ones, given to the items without any of
+// the functions here, stands in the second picture: what looks odd in both is not ours.
+TEST_F(MenuIcons, AMenuWithIconsIsLaidOutLikeOneOfPlainBitmaps) {
+    ModalDriver driver;
+    const auto look = [&driver](const wchar_t* picture) {
+        driver.ExpectMenu().Do([picture](MenuView& menu) {
+            SaveScreenshot(menu.window(), picture);
+            menu.Dismiss();
+        });
+    };
+    look(L"menu-icons-ours");
+    int32_t error = 99;
+    Track(false, &error);
+
+    const OwnedMenu plain(CreatePopupMenu());
+    std::vector<OwnedBitmap> bitmaps;
+    const std::vector<MenuRecord> withIcons = driver.menus();
+    ASSERT_EQ(withIcons.size(), 1u);
+    for (const MenuItemRecord& item : withIcons[0].items) {
+        AppendMenuW(plain.get(), MF_STRING | item.state, item.id, item.text.c_str());
+        if (item.bitmap == nullptr) continue;
+        const std::vector<uint32_t> black(static_cast<size_t>(GetSystemMetrics(SM_CXSMICON)) *
+                                          static_cast<size_t>(GetSystemMetrics(SM_CYSMICON)));
+        bitmaps.emplace_back(
+            CreateBitmap(GetSystemMetrics(SM_CXSMICON), GetSystemMetrics(SM_CYSMICON), 1, 32, black.data()));
+        MENUITEMINFOW info = {};
+        info.cbSize = sizeof(info);
+        info.fMask = MIIM_BITMAP;
+        info.hbmpItem = bitmaps.back().get();
+        SetMenuItemInfoW(plain.get(), item.id, FALSE, &info);
+    }
+    MENUINFO style = {};
+    style.cbSize = sizeof(style);
+    style.fMask = MIM_STYLE;
+    style.dwStyle = MNS_CHECKORBMP;
+    SetMenuInfo(plain.get(), &style);
+    look(L"menu-icons-plain");
+    TrackPopupMenuEx(plain.get(), TPM_RETURNCMD, 40, 50, owner_.get(), nullptr);
+
+    ASSERT_EQ(driver.menus().size(), 2u);
+    EXPECT_EQ(bitmaps.size(), 2u);
+    const RECT ours = driver.menus()[0].area;
+    const RECT theirs = driver.menus()[1].area;
+    EXPECT_TRUE(EqualRect(&ours, &theirs))
+        << ours.right - ours.left << " pixels wide, not " << theirs.right - theirs.left;
+}
+
 class IconLoader : public MenuIcons, public testing::WithParamInterface<LoaderRow> {};
 
 TEST_P(IconLoader, ItsFailureIsReportedAndTheMenuOpensWithoutTheIcon) {

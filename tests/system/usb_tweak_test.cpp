@@ -178,6 +178,8 @@ TEST_F(UsbTweakTest, EscapeAndTheCloseBoxCloseItWithTwo) {
 // With the real keyboard alone: Space for the button with the focus, the mnemonics for the others.
 TEST_F(UsbTweakTest, TheKeyboardReachesEveryButtonAndLeaves) {
     modal_.ExpectBox(kCaption).Do([this](BoxView& dialog) {
+        SetForegroundWindow(dialog.window());
+        dialog.Settle();
         size_t results = 0;
         for (const WORD key : {WORD{VK_SPACE}, WORD{'I'}, WORD{'R'}, WORD{'C'}, WORD{'O'}}) {
             modal_.ExpectBox(L"Result").Do([](BoxView&) { TypeKeys({VK_RETURN}); });

@@ -520,6 +520,7 @@ TEST_P(ToolsMenuOpenBoxTest, ASheetClosedBehindItTakesItAlong) {
     OpenIdlePage();
     for (const uint32_t request : {IOCTL_TAVIX_StartBlindRun, IOCTL_TAVIX_GetUsbdInfo})
         ASSERT_EQ(driver_.FailNext(request, static_cast<int32_t>(0xC0000022)), ERROR_SUCCESS);
+    REPLACE_CALL(noFile, GetFileAttributesW, [](LPCWSTR) { return INVALID_FILE_ATTRIBUTES; });
     const HeldKeys keys({VK_SHIFT});
     modal_.ExpectBox(GetParam().title).DoAndLeaveOpen([this](BoxView&) { CloseSheet(); });
     Choose(GetParam().command);

@@ -340,21 +340,22 @@ TEST_F(TavixctlChange, BusCreateMakesTheBusThatIsMissing) {
 
 // ---- forget ---------------------------------------------------------------------------------------------
 
+// By its Huid: other tests may have left unplugged devices that had the same port.
 TEST_F(TavixctlChange, APresentDeviceIsNotForgotten) {
-    const std::string message = "\"COM5\" is present; only unplugged ones can be forgotten";
-    ExpectFailure(L"forget COM5", kConflict, message);
+    const std::string message = "\"7&AC\" is present; only unplugged ones can be forgotten";
+    ExpectFailure(L"forget 7&AC", kConflict, message);
     ASSERT_EQ(driver_.SetPresence(VcomId(), false, 0), ERROR_SUCCESS);
-    ExpectFailure(L"forget COM5", kConflict, message);
+    ExpectFailure(L"forget 7&AC", kConflict, message);
     EXPECT_TRUE(NodeExists(VcomId()));
 }
 
 TEST_F(TavixctlChange, AnUnpluggedPortIsForgottenAndItsNumberIsFree) {
     Unplug();
-    EXPECT_EQ(RunText(L"forget COM5 --dry-run"),
+    EXPECT_EQ(RunText(L"forget 7&AC --dry-run"),
               "Would be forgotten:\nPORT  HUID  NAME\nCOM5  7&AC  TAVIX Scanner (COM5)\n");
     EXPECT_TRUE(NodeExists(VcomId()));
     EXPECT_EQ(WriteRequests(), Codes{});
-    const json value = RunJson(L"forget COM5");
+    const json value = RunJson(L"forget 7&AC");
     EXPECT_EQ(value["dryRun"], false);
     ASSERT_EQ(value["ports"].size(), 1u);
     EXPECT_EQ(value["ports"][0]["port"], "COM5");
@@ -362,7 +363,7 @@ TEST_F(TavixctlChange, AnUnpluggedPortIsForgottenAndItsNumberIsFree) {
     EXPECT_FALSE(NodeExists(VcomId()));
     EXPECT_EQ(WriteRequests(), Codes{IOCTL_TAVIX_RemoveDevice});
     EXPECT_FALSE(driver_.FindDevice(UsbdId())) << "its number is free";
-    ExpectFailure(L"forget COM5", kNoSuchDevice, "no device is named \"COM5\"");
+    ExpectFailure(L"forget 7&AC", kNoSuchDevice, "no device is named \"7&AC\"");
 }
 
 TEST_F(TavixctlChange, WithoutACoinstallerTheDriverIsToldAllTheSame) {
@@ -373,7 +374,7 @@ TEST_F(TavixctlChange, WithoutACoinstallerTheDriverIsToldAllTheSame) {
         ASSERT_EQ(RegDeleteValueW(key.get(), L"CoInstallers32"), ERROR_SUCCESS);
     }
     Unplug();
-    RunText(L"forget COM5");
+    RunText(L"forget 7&AC");
     EXPECT_EQ(WriteRequests(), Codes{IOCTL_TAVIX_RemoveDevice});
     EXPECT_FALSE(NodeExists(VcomId()));
 }

@@ -1,4 +1,4 @@
-// bus: the virtual bus and the driver behind it.
+// bus: the virtual bus and its driver.
 #include "driver/driver_info.h"
 #include "driver/error_names.h"
 #include "driver/vbus.h"

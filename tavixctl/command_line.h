@@ -4,5 +4,5 @@
 #include <string>
 #include <vector>
 
-// The words behind the program's name, in UTF-8. Returns the exit code.
+// The words after the program's name, in UTF-8. Returns the exit code.
 int RunCommandLine(std::vector<std::string> arguments);

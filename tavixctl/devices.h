@@ -50,7 +50,7 @@ class Devices {
     std::vector<Device>& all() { return devices_; }
     std::list<Node>& buses() { return buses_; }
 
-    // By port name, Huid, instance ID of either node or its part behind the first backslash. Of several the
+    // By port name, Huid, instance ID of either node or its part after the first backslash. Of several the
     // one that is present is meant; fails when there is none, or not just one.
     Device& Find(const std::string& name);
     // The same, but the device must have a VCOM.

@@ -36,7 +36,7 @@ std::vector<Device*> Choose(Devices& devices, const ForgetArguments& arguments) 
     return chosen;
 }
 
-// A coinstaller tells the driver of the removal by itself; without one it is told here. Whatever the driver
+// A coinstaller reports the removal to the driver; without one it is reported here. Whatever the driver
 // says, removal goes on.
 void Remove(Node& vcom) {
     if (!HasCoinstaller(vcom.set, &vcom.element))

@@ -27,7 +27,7 @@ const Device* HolderOf(Devices& devices, const std::string& portName) {
     return holder;
 }
 
-// The driver tells the table as one VCOM sees it; any VCOM will do for the names of the others.
+// The driver reports the table as one VCOM sees it; any VCOM will do for the names of the others.
 std::vector<Port> ReadPorts(Devices& devices) {
     for (Device& device : devices.all()) {
         if (device.vcom == nullptr) continue;

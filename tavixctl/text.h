@@ -15,7 +15,7 @@ bool BeginsWith(std::wstring_view text, std::wstring_view prefix);
 // Characters as a console counts them, near enough for columns.
 size_t WidthOf(std::string_view utf8);
 
-// Rows under their heads, two blanks between the columns; nothing behind the last one.
+// Rows under their heads, two blanks between the columns; nothing after the last one.
 class Table {
   public:
     explicit Table(std::vector<std::string> heads) { Add(std::move(heads)); }

@@ -9,7 +9,7 @@ inline constexpr int32_t kTerminalTitleChars = 40;  // terminator included
 inline constexpr int32_t kTemplateMaxChars = 31999;
 inline constexpr int32_t kSessionValuesChars = 400;
 
-// The background that tells neighboring ports apart.
+// The background color, which differs between neighboring ports.
 COLORREF TerminalColor(const wchar_t* portName) noexcept;
 
 void FormatTerminalTitle(const wchar_t* portName, wchar_t (&title)[kTerminalTitleChars]) noexcept;

@@ -162,7 +162,7 @@ TEST_F(FlowpathStatTest, TheEntryResetsTheSessionAndShowsItAtOnce) {
         box.RightClick();
         ExpectRequests({{IOCTL_TAVIX_ResetFlowpathStat, NameBytes(kVcomTail), 0},
                         {IOCTL_TAVIX_GetFlowpathStat, NameBytes(kVcomTail), sizeof(FlowpathStat_st)}});
-        EXPECT_EQ(LineOf(box.Text(), L"[U1] USB received : "), L"0 ") << "no rate behind a counter that fell";
+        EXPECT_EQ(LineOf(box.Text(), L"[U1] USB received : "), L"0 ") << "no rate after a counter that fell";
         EXPECT_EQ(LineOf(box.Text(), L"[D2] USB sent     : "), L"0 ");
     });
 }

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Enough for every function that the DLL calls; those behind the last one of a call are the caller's own
+// Enough for every function that the DLL calls; those after the last one of a call are the caller's own
 // words.
 constexpr size_t kMaxArguments = 12;
 

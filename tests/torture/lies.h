@@ -1,4 +1,4 @@
-// What a driver answers that tells nothing but nonsense.
+// The replies of a driver that answers nonsense.
 #pragma once
 
 #include <random>

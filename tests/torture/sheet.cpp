@@ -89,8 +89,8 @@ void Sheet::ExpectUsable() const {
     const size_t boxesBefore = torture_.user.boxes.size();
     if (node_ == Node::kUsb) {
         Tick();
-        torture_.Expect(!Text(IDC_USBD_STATUS).empty(), "the page tells the device's state");
-        torture_.Expect(!Text(IDC_USBD_MAPPING).empty(), "the page tells the VCOM");
+        torture_.Expect(!Text(IDC_USBD_STATUS).empty(), "the page shows the device's state");
+        torture_.Expect(!Text(IDC_USBD_MAPPING).empty(), "the page shows the VCOM");
     }
     if (node_ == Node::kVcom) {
         Click(IDC_VCOM_REFRESH);
@@ -99,8 +99,8 @@ void Sheet::ExpectUsable() const {
                         "the page can save");
         torture_.Expect(SendDlgItemMessageW(page(), IDC_VCOM_PORT_NAME, CB_GETCOUNT, 0, 0) == kPortNames,
                         "the page offers all port names");
-        torture_.Expect(!Text(IDC_VCOM_DRIVER_VERSION).empty(), "the page tells the version");
-        torture_.Expect(!Text(IDC_VCOM_FRIENDLY_NAME).empty(), "the page tells the name");
+        torture_.Expect(!Text(IDC_VCOM_DRIVER_VERSION).empty(), "the page shows the version");
+        torture_.Expect(!Text(IDC_VCOM_FRIENDLY_NAME).empty(), "the page shows the name");
     }
     torture_.Expect(IsWindowEnabled(GetDlgItem(page(), IDC_FILE_LOGGING)), "the logging box can be used");
     for (size_t box = boxesBefore; box < torture_.user.boxes.size(); ++box)

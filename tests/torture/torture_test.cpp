@@ -1,5 +1,5 @@
-// Every call that the DLL makes fails once and for ever, and the driver tells nonsense: whatever happens, the
-// product comes back with its documented result, gives back what it holds, shows nothing that it does not
+// Every call that the DLL makes fails once and for ever, and the driver lies: whatever happens, the product
+// comes back with its documented result, gives back what it holds, shows nothing that it does not
 // have to say, writes nothing that nobody asked for, and works again.
 //
 // scripts/torture runs it: a sample, which TAVIX_TORTURE_SEED chooses, or with TAVIX_LONG_TESTS=1 everything.
@@ -66,7 +66,7 @@ class TortureTest : public PackageTest {
     }
 
     // Runs children until the work is done; one that crashes or hangs is a failure, and the next one goes on
-    // behind the case that it was at.
+    // after the case that it was at.
     Total RunChildren(const std::wstring& work) {
         Total total;
         int from = 0;

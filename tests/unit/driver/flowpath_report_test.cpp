@@ -243,7 +243,7 @@ struct RateRow {
     uint64_t before, now;
     int32_t elapsedMs;
     const wchar_t* separator;
-    const wchar_t* expected;  // behind the counter
+    const wchar_t* expected;  // after the counter
 
     friend void PrintTo(const RateRow& row, std::ostream* out) { *out << row.name; }
 };
